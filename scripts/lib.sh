@@ -35,14 +35,15 @@ build() {
     shift
   done
   mkdir -p "$root/build"
+  # Chained with &&, as `set -e` is off wherever a caller tests this function's result.
   (
     flock 9
-    configure "$preset" "${settings[@]}"
-    local quiet=()
-    sources_newer_than "$dir/.built" || quiet=(--quiet)
-    touch "$dir/.building"
-    cmake --build "$dir" ${2:+--target "${@:2}"} -- "${quiet[@]}"
-    mv "$dir/.building" "$dir/.built"
+    quiet=(--quiet)
+    if sources_newer_than "$dir/.built"; then quiet=(); fi
+    configure "$preset" "${settings[@]}" &&
+      touch "$dir/.building" &&
+      cmake --build "$dir" ${2:+--target "${@:2}"} -- "${quiet[@]}" &&
+      mv "$dir/.building" "$dir/.built"
   ) 9>"$root/build/.lock"
 }
 
