@@ -16,12 +16,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#define CHECK(condition)                                                        \
-  do {                                                                          \
-    if (!(condition)) {                                                         \
-      fprintf(stderr, "%s:%d: failed: %s\n", __FILE__, __LINE__, #condition);   \
-      exit(1);                                                                  \
-    }                                                                           \
+#define CHECK(condition)                                                      \
+  do {                                                                        \
+    if (!(condition)) {                                                       \
+      fprintf(stderr, "%s:%d: failed: %s\n", __FILE__, __LINE__, #condition); \
+      exit(1);                                                                \
+    }                                                                         \
   } while (0)
 
 static char lastKey[64];

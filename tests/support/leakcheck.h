@@ -1,5 +1,5 @@
-// The fixture of every case that touches files: a temporary folder of its own, and at the case's end
-// the proof that nothing was left over.
+// The fixture of every case that touches files: a temporary folder of its own, and at the case's
+// end the proof that nothing was left over.
 #ifndef VESKA_TESTS_SUPPORT_LEAKCHECK_H_
 #define VESKA_TESTS_SUPPORT_LEAKCHECK_H_
 
