@@ -78,15 +78,15 @@ class VESKA_API CFileMemory {
   // Assigns the path without opening anything.
   void setStoragePath(std::string path) { storagePath_ = std::move(path); }
 
+  // Raises "MemFileExtendFail" (the size that size more bytes would need) when the table is mapped
+  // read-only: to be asked before anything is written.
+  void requireWritable(uint64_t size) const;
+
   bool isWritable() const { return mapped_ && writable_; }
   uint32_t usedBytes() const { return used_; }
   uint32_t fileBytes() const { return fileSize_; }
 
  protected:
-  // Raises "MemFileExtendFail" (the size that size more bytes would need) when the table is mapped
-  // read-only: to be asked before anything is written.
-  void requireWritable(uint64_t size) const;
-
   // A file was there, but its header cannot be true.
   bool headerDamaged() const { return headerDamaged_; }
 
