@@ -57,6 +57,13 @@ void vidxSetExcludePattern(CVeskaIndex* index, int slot, const char* pattern) {
 void vidxSetExactNames(CVeskaIndex* index, bool on) { index->setExactNames(on); }
 void vidxSetExactUpdate(CVeskaIndex* index, bool on) { index->exactUpdate = on; }
 void vidxSetStatusLevel(CVeskaIndex* index, int level) { index->statusLevel = level; }
+void vidxKeepTree(CVeskaIndex* index, const char* path) {
+  if (path && *path) {
+    index->keptTrees.emplace_back(path);
+  } else {
+    index->keptTrees.clear();
+  }
+}
 void vidxSetMaxNesting(CVeskaIndex* index, int levels) {
   index->maxNesting = std::clamp(levels, 0, kMostNesting);
 }

@@ -84,6 +84,7 @@ void CVeskaIndex::clear() {
   useRanking = true;
   setIncludeCount(0);
   setExcludeCount(0);
+  keptTrees.clear();
 }
 
 void CVeskaIndex::freeMemFiles() {

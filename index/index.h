@@ -198,6 +198,7 @@ class VESKA_API CVeskaIndex {
   bool exactNames = false;               // by setExactNames
   bool exactUpdate = false;
   int statusLevel = 0;
+  std::vector<std::string> keptTrees;    // folders that prune leaves alone with all below; none by clear
   int maxNesting = 100;                  // archives within archives
   unsigned long maxMemberBytes = 0;      // 0: no limit
   unsigned long maxArchiveBytes = 0;     // 0: no limit; for all members of a top file together
@@ -232,7 +233,8 @@ class VESKA_API CVeskaIndex {
   void pruneRecord(uint32_t id);
   bool recordPath(uint32_t id, std::string& path) const;
   bool isRoot(uint32_t id, const std::string& path) const;
-  void pruneFolder(uint32_t id, const std::string& path, int64_t modified);
+  bool isKept(const std::string& path) const;
+  void pruneFolder(uint32_t id, const std::string& path, const FileInfo& now, int64_t modified);
   void pruneFile(uint32_t id, const std::string& path, const FileInfo& now, int64_t modified);
   void reindexFile(uint32_t id, const std::string& path, const FileInfo& now,
                    CFileAnalyzer& analyzer);

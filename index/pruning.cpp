@@ -1,6 +1,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
@@ -39,7 +40,7 @@ void CVeskaIndex::prune() {
 
 void CVeskaIndex::pruneRecord(uint32_t id) {
   std::string path;
-  if (files->isObsolete(id) || !recordPath(id, path)) return;
+  if (files->isObsolete(id) || !recordPath(id, path) || isKept(path)) return;
   const bool isFolder = files->info(id).parent == 0;
   struct stat status {};
   // A file that became a link is gone as a file; a folder's link was named by the host as a root.
@@ -55,10 +56,17 @@ void CVeskaIndex::pruneRecord(uint32_t id) {
   if (exactUpdate && (isFolder ? !S_ISDIR(status.st_mode) : !S_ISREG(status.st_mode))) {
     files->markObsolete(id);
   } else if (isFolder) {
-    pruneFolder(id, path, status.st_mtime);
+    pruneFolder(id, path, recordInfo(status), status.st_mtime);
   } else {
     pruneFile(id, path, recordInfo(status), status.st_mtime);
   }
+}
+
+bool CVeskaIndex::isKept(const std::string& path) const {
+  const auto holds = [&path](const std::string& tree) {
+    return path.starts_with(tree) && (path.size() == tree.size() || path[tree.size()] == '/');
+  };
+  return std::any_of(keptTrees.begin(), keptTrees.end(), holds);
 }
 
 // A top folder: no folder that holds it has a record.
@@ -86,8 +94,14 @@ bool CVeskaIndex::recordPath(uint32_t id, std::string& path) const {
   return true;
 }
 
-void CVeskaIndex::pruneFolder(uint32_t id, const std::string& path, int64_t modified) {
-  if (exactUpdate || modified > timeBase) updateDirectory(path.c_str(), id);
+void CVeskaIndex::pruneFolder(uint32_t id, const std::string& path, const FileInfo& now,
+                              int64_t modified) {
+  if (!exactUpdate && modified <= timeBase) return;
+  updateDirectory(path.c_str(), id);
+  if (!exactUpdate) return;
+  FileInfo info = files->info(id);
+  info.time = now.time;
+  files->setInfo(id, info);
 }
 
 void CVeskaIndex::pruneFile(uint32_t id, const std::string& path, const FileInfo& now,

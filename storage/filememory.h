@@ -93,6 +93,9 @@ class VESKA_API CFileMemory {
   // Counts the times that the file was mapped from disk: what was read before may differ now.
   uint32_t mappingCount() const { return mappingCount_; }
 
+  // Address of an offset that is known to lie below used.
+  char* at(uint32_t offset) const { return base_ + offset; }
+
   // Bytes from an offset to used; 0 when the offset is out of reach.
   uint32_t bytesFrom(uint32_t offset) const {
     return mapped_ && offset < used_ ? used_ - offset : 0;
