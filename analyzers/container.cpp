@@ -114,9 +114,12 @@ MemberCopy::Result MemberCopy::copy(MemberStream& stream) {
   }
   if (!file_.close()) return Result::kNotWritten;
   switch (stream.state()) {
-    case MemberStream::State::kLimited: return Result::kLimited;
-    case MemberStream::State::kDamaged: return Result::kDamaged;
-    default: return Result::kWhole;
+    case MemberStream::State::kLimited:
+      return Result::kLimited;
+    case MemberStream::State::kDamaged:
+      return Result::kDamaged;
+    default:
+      return Result::kWhole;
   }
 }
 
@@ -155,7 +158,8 @@ bool CContainerAnalyzer::isWanted(const CFileAnalyzer* analyzer) const {
 }
 
 bool CContainerAnalyzer::isUpToDate(const char* name, unsigned long parentId, int64_t time) const {
-  return index->isUpdate && time <= index->timeBase && index->files->lookupFile(name, parentId) != 0;
+  return index->isUpdate && time <= index->timeBase &&
+         index->files->lookupFile(name, parentId) != 0;
 }
 
 uint32_t CContainerAnalyzer::enterRecord(const char* name, unsigned long parentId, int64_t time,
@@ -186,7 +190,8 @@ bool CContainerAnalyzer::extract(const char* container, const char* member, cons
   ContainerScope scope(*index, container);
   scope.beginMember(member);
   MemberCopy copy(*index, tempPath);
-  if (!copy.isOpen() || copy.fill(std::move(source)) == MemberCopy::Result::kNotWritten) return false;
+  if (!copy.isOpen() || copy.fill(std::move(source)) == MemberCopy::Result::kNotWritten)
+    return false;
   copy.keep();
   return true;
 }

@@ -7,9 +7,9 @@
 // afterwards. Without a temporary directory such members are passed over.
 //
 // Limits (fields of CVeskaIndex, 0: none): maxNesting containers within the top one; maxMemberBytes
-// for each member, and for all copies that lie in the temporary directory at one time; maxArchiveBytes
-// for all members of a top file together. What is cut short there keeps the words read so far, is
-// counted in limitsReached and told as "LimitReached".
+// for each member, and for all copies that lie in the temporary directory at one time;
+// maxArchiveBytes for all members of a top file together. What is cut short there keeps the words
+// read so far, is counted in limitsReached and told as "LimitReached".
 
 #ifndef VESKA_ANALYZERS_CONTAINER_H_
 #define VESKA_ANALYZERS_CONTAINER_H_

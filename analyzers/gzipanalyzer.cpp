@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "api/reporting.h"
+#include "analyzers/inputfile.h"
 #include "index/index.h"
 
 namespace {
@@ -48,6 +48,13 @@ std::string CGZipAnalyzer::memberName(std::string_view path) {
   return name;
 }
 
+// With exact updates, the record of a file has its time only once the file was read to the end.
+int64_t CGZipAnalyzer::containerTime(const char* path, unsigned long parentId) const {
+  const int32_t recorded = index->files->info(static_cast<uint32_t>(parentId)).time;
+  return recorded == 0 && index->exactUpdate && index->expansion.depth == 1 ? InputFile(path).time()
+                                                                            : recorded;
+}
+
 bool CGZipAnalyzer::indexFile(const char* path, unsigned long parentId) {
   ContainerScope scope(*index, path);
   if (scope.tooDeep()) return true;
@@ -55,7 +62,7 @@ bool CGZipAnalyzer::indexFile(const char* path, unsigned long parentId) {
   if (name.empty()) return false;
   Member member{0, memberAnalyzer(name)};
   if (!isWanted(member.analyzer)) return true;
-  const int32_t time = index->files->info(static_cast<uint32_t>(parentId)).time;
+  const int64_t time = containerTime(path, parentId);
   member.id = enterRecord(name.c_str(), parentId, time, 0);
   if (!member.analyzer) return true;
 

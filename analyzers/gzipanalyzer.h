@@ -1,5 +1,5 @@
-// CGZipAnalyzer: a file compressed with gzip (RFC 1952), as a container of one member. The member is
-// called what the file is called, less its last extension; "x.tgz" holds "x.tar".
+// CGZipAnalyzer: a file compressed with gzip (RFC 1952), as a container of one member. The member
+// is called what the file is called, less its last extension; "x.tgz" holds "x.tar".
 
 #ifndef VESKA_ANALYZERS_GZIPANALYZER_H_
 #define VESKA_ANALYZERS_GZIPANALYZER_H_
@@ -23,6 +23,7 @@ class VESKA_API CGZipAnalyzer : public CContainerAnalyzer {
                          unsigned long id) override;
 
  private:
+  int64_t containerTime(const char* path, unsigned long parentId) const;
   static std::string memberName(std::string_view path);
 };
 

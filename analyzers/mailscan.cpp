@@ -13,9 +13,9 @@ constexpr std::string_view kDate = "Date:";
 constexpr std::string_view kBase64 = "Content-Transfer-Encoding: base64";
 constexpr std::string_view kFileName = "filename=";
 
-constexpr size_t kMessageSkip = 4;      // a message begins with the blank of its "From "
-constexpr size_t kMinRemaining = 11;    // bytes that are left while a file name is looked for
-constexpr int kMaxHeaderLineFeeds = 11; // that may stand in front of it
+constexpr size_t kMessageSkip = 4;       // a message begins with the blank of its "From "
+constexpr size_t kMinRemaining = 11;     // bytes that are left while a file name is looked for
+constexpr int kMaxHeaderLineFeeds = 11;  // that may stand in front of it
 constexpr size_t kMaxExtension = 19;
 
 // A header's text with its folded lines, which begin with a blank.
@@ -54,12 +54,18 @@ class MailboxScan {
   bool lineStart() {
     const std::string_view rest = text_.substr(position_);
     const char first = rest.front();
-    if (pending_ && (first == '\n' || first == '\r' || first == 0)) endAttachment();
-    else if (first == 0 || rest.starts_with(kMessage)) beginMessage();
-    else if (!inHeaders_) return false;
-    else if (!from_ && rest.starts_with(kFrom)) from_ = headerText(rest.substr(kFrom.size()));
-    else if (!date_ && rest.starts_with(kDate)) date_ = headerText(rest.substr(kDate.size()));
-    else if (rest.starts_with(kBase64)) return beginAttachment();
+    if (pending_ && (first == '\n' || first == '\r' || first == 0))
+      endAttachment();
+    else if (first == 0 || rest.starts_with(kMessage))
+      beginMessage();
+    else if (!inHeaders_)
+      return false;
+    else if (!from_ && rest.starts_with(kFrom))
+      from_ = headerText(rest.substr(kFrom.size()));
+    else if (!date_ && rest.starts_with(kDate))
+      date_ = headerText(rest.substr(kDate.size()));
+    else if (rest.starts_with(kBase64))
+      return beginAttachment();
     return false;
   }
 
@@ -163,8 +169,8 @@ void scanMailbox(std::string_view mailbox, const std::function<void(const MailPa
 bool Base64Reader::nextValue(unsigned& value) {
   while (position_ < text_.size()) {
     const char c = text_[position_++];
-    const bool emptyLine = (c == '\n' && previous_ == '\n') ||
-                           (c == '\r' && (previous_ == '\n' || previous_ == '\r'));
+    const bool emptyLine =
+        (c == '\n' && previous_ == '\n') || (c == '\r' && (previous_ == '\n' || previous_ == '\r'));
     if (begun_ && emptyLine) {
       position_ = text_.size();
       return false;

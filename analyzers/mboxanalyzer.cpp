@@ -1,15 +1,9 @@
 #include "analyzers/mboxanalyzer.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstring>
 #include <ctime>
 #include <memory>
 #include <new>
-#include <utility>
 
 #include "analyzers/inputfile.h"
 #include "analyzers/mailscan.h"
@@ -45,7 +39,9 @@ class DateReader {
  public:
   explicit DateReader(std::string_view text) : text_(text) {}
 
-  void skipBlanks() { skip([](char c) { return isBlank(c); }); }
+  void skipBlanks() {
+    skip([](char c) { return isBlank(c); });
+  }
   bool atDigit() const { return !text_.empty() && isDigit(text_.front()); }
 
   std::string_view word() {
@@ -105,17 +101,18 @@ bool CMBoxAnalyzer::indexFile(const char* path, unsigned long parentId) {
     return false;
   }
   const uint64_t most = index->maxPerFileRead;
-  const auto bytes = static_cast<size_t>(std::min(file.size(), std::max(most, most + kReadAheadBytes)));
+  const auto bytes =
+      static_cast<size_t>(std::min(file.size(), std::max(most, most + kReadAheadBytes)));
   const std::unique_ptr<char[]> buffer(new (std::nothrow) char[bytes]);
   if (!buffer) return false;
-  const std::string_view mailbox(buffer.get(), file.read(0, buffer.get(), bytes));
+  const std::string_view mailbox(buffer.get(), file.read(buffer.get(), bytes));
   if (file.failed()) readFailed(scope);
 
   scanMailbox(mailbox, [&](const MailPart& part) {
     if (scope.exhausted()) return;
     const long time = parseAsctime(part.date);
-    const std::string name =
-        makeFileName(part.from, time, part.isAttachment ? part.extension : kTextExtension, part.number);
+    const std::string name = makeFileName(
+        part.from, time, part.isAttachment ? part.extension : kTextExtension, part.number);
     scope.beginMember(name);
     processMessageText(name.c_str(), time, parentId, part.data.data(), part.data.size(),
                        part.isAttachment);
@@ -161,8 +158,8 @@ std::string CMBoxAnalyzer::makeCachePath(std::string_view name, unsigned long id
   return temporaryPath(index->temporaryDirectory, id, '.' + std::string(extensionOf(name)));
 }
 
-std::string CMBoxAnalyzer::makeFileName(std::string_view from, long time, std::string_view extension,
-                                        int number) {
+std::string CMBoxAnalyzer::makeFileName(std::string_view from, long time,
+                                        std::string_view extension, int number) {
   const std::string suffix = '-' + std::to_string(number) + '.';
   const size_t taken = suffix.size() + extension.size() + kDateBytes;
   std::string name(senderOf(from).substr(0, kNameBytes > taken ? kNameBytes - taken : 0));

@@ -1,5 +1,5 @@
-// CMBoxAnalyzer: the messages of a Unix mailbox (mbox: each message opened by a line "From ...") and
-// their base64 attachments (RFC 2045), as members of the mailbox.
+// CMBoxAnalyzer: the messages of a Unix mailbox (mbox: each message opened by a line "From ...")
+// and their base64 attachments (RFC 2045), as members of the mailbox.
 //
 // A part's record is called "SENDER YYYY-MM-DD HH:MM:SS-N.EXT": message text has number 0 and the
 // extension "txt", attachments have their counter and the extension of their own file name. The
@@ -40,13 +40,13 @@ class VESKA_API CMBoxAnalyzer : public CContainerAnalyzer {
   // Path of a part's cache file, empty without a temporary directory.
   std::string makeCachePath(std::string_view name, unsigned long id) const;
 
-  // Name of a part's record, at most 255 bytes. from: the text of the "From:" header with its folded
-  // lines; time: Unix seconds.
+  // Name of a part's record, at most 255 bytes. from: the text of the "From:" header with its
+  // folded lines; time: Unix seconds.
   static std::string makeFileName(std::string_view from, long time, std::string_view extension,
                                   int number);
 
-  // Unix seconds of the text of a "Date:" header, read as local time: a zone is ignored, and what is
-  // missing is taken from the present moment. 0 when there is no day and month.
+  // Unix seconds of the text of a "Date:" header, read as local time: a zone is ignored, and what
+  // is missing is taken from the present moment. 0 when there is no day and month.
   static long parseAsctime(std::string_view text);
 };
 

@@ -42,7 +42,8 @@ int64_t readBinary(const unsigned char* field, size_t bytes) {
   return value;
 }
 
-// Leniently: what stands before the first octal digit is passed over, what follows the last ignored.
+// Leniently: what stands before the first octal digit is passed over, what follows the last
+// ignored.
 int64_t readNumber(const char* header, Field field) {
   const auto* at = reinterpret_cast<const unsigned char*>(header) + field.offset;
   if (at[0] & 0x80) return readBinary(at, field.bytes);
@@ -68,8 +69,9 @@ class CTarAnalyzer::Archive {
   // Reads the next header. Result: false at the end of the archive.
   bool next() {
     char header[kBlockBytes];
-    if (next_ > file_.size() || file_.read(next_, header, kBlockBytes) != kBlockBytes) return false;
-    if (header[0] == 0) return false;
+    if (next_ > file_.size()) return false;
+    file_.seek(next_);
+    if (file_.read(header, kBlockBytes) != kBlockBytes || header[0] == 0) return false;
     name_.assign(header, strnlen(header, kName.bytes));
     time_ = readNumber(header, kTime);
     regular_ = header[kKind] == 0 || header[kKind] == '0';
@@ -119,11 +121,15 @@ bool CTarAnalyzer::indexFile(const char* path, unsigned long parentId) {
     return false;
   }
   while (!scope.exhausted() && archive.next()) {
-    if (baseName(archive.name()).empty()) archive.skipFolder();
-    else if (archive.isRegular()) indexMember(archive, scope, parentId, path);
+    if (baseName(archive.name()).empty())
+      archive.skipFolder();
+    else if (archive.isRegular())
+      indexMember(archive, scope, parentId, path);
   }
-  if (archive.readFailed()) readFailed(scope);
-  else if (archive.isCutOff()) scope.report("Damaged");
+  if (archive.readFailed())
+    readFailed(scope);
+  else if (archive.isCutOff())
+    scope.report("Damaged");
   ++index->contentsIndexed;
   return true;
 }
@@ -136,8 +142,10 @@ void CTarAnalyzer::indexMember(Archive& archive, ContainerScope& scope, unsigned
       enterMember(name.c_str(), parentId, archive.time(), static_cast<uint32_t>(size));
   if (!member.analyzer) return;
   scope.beginMember(name);
-  if (member.analyzer->canUseIndexBuffer()) indexInPlace(archive, member, path);
-  else indexCopy(archive, member, name);
+  if (member.analyzer->canUseIndexBuffer())
+    indexInPlace(archive, member, path);
+  else
+    indexCopy(archive, member, name);
 }
 
 // The bytes stand in the archive as they are, so that no limit on what expands concerns them.
@@ -170,7 +178,8 @@ bool CTarAnalyzer::extractToTempFile(const char* container, const char* member,
                                      const char* tempPath, unsigned long) {
   Archive archive(container);
   while (archive.isOpen() && archive.next()) {
-    if (baseName(archive.name()).empty()) archive.skipFolder();
+    if (baseName(archive.name()).empty())
+      archive.skipFolder();
     else if (archive.isRegular() && archive.name() == member)
       return extract(container, member, tempPath, archive.source());
   }

@@ -18,9 +18,9 @@ class VESKA_API CTarAnalyzer : public CContainerAnalyzer {
  public:
   using CContainerAnalyzer::CContainerAnalyzer;
 
-  // The archive counts as one file indexed, its members that are read in place do not. A member that
-  // the archive's end cuts off is indexed as far as it goes. Result: false when the archive cannot
-  // be opened.
+  // The archive counts as one file indexed, its members that are read in place do not. A member
+  // that the archive's end cuts off is indexed as far as it goes. Result: false when the archive
+  // cannot be opened.
   bool indexFile(const char* path, unsigned long parentId) override;
 
   // The first regular file of exactly that name, in its exact size.

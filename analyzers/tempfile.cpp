@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <utility>
 
 namespace {
@@ -54,7 +55,7 @@ FileRemover::~FileRemover() { unlink(path_.c_str()); }
 std::string temporaryPath(const std::string& directory, unsigned long number,
                           std::string_view suffix) {
   if (directory.empty()) return {};
-  const std::string digits = std::to_string(number);
+  const std::string digits = std::to_string(static_cast<int32_t>(number));
   std::string tail = withoutSeparators(suffix);
   if (digits.size() + tail.size() > NAME_MAX) tail.erase(0, digits.size() + tail.size() - NAME_MAX);
   std::string path = directory + '/' + digits + tail;

@@ -52,7 +52,8 @@ class FileRemover {
 
 // Path "directory/NUMBERsuffix". The suffix is foreign: what would lead out of the directory ("/",
 // zero bytes) is left out, and of one that is too long for a file name the end is taken, where the
-// extension stands. Result: empty when there is no directory, or when the path is too long to be one.
+// extension stands. Result: empty when there is no directory, or when the path is too long to be
+// one.
 VESKA_API std::string temporaryPath(const std::string& directory, unsigned long number,
                                     std::string_view suffix);
 

@@ -47,8 +47,10 @@ class CZipAnalyzer::Archive {
     // The library seeks to where a damaged archive sends it, which may be refused as EINVAL.
     refused_ = !zip_ && errno != 0 && errno != EINVAL;
     unz_global_info global;
-    if (zip_ && unzGetGlobalInfo(zip_.get(), &global) == UNZ_OK) entries_ = global.number_entry;
-    else zip_.reset();
+    if (zip_ && unzGetGlobalInfo(zip_.get(), &global) == UNZ_OK)
+      entries_ = global.number_entry;
+    else
+      zip_.reset();
   }
 
   bool isOpen() const { return zip_ != nullptr; }
@@ -98,8 +100,10 @@ bool CZipAnalyzer::indexFile(const char* path, unsigned long parentId) {
   if (scope.tooDeep()) return true;
   Archive archive(path);
   if (!archive.isOpen()) {
-    if (archive.refused()) openFailed(scope);
-    else scope.report("Damaged");
+    if (archive.refused())
+      openFailed(scope);
+    else
+      scope.report("Damaged");
     return false;
   }
   if (archive.entries() == 0 || indexMembers(archive, scope, parentId, path)) return true;
@@ -131,8 +135,10 @@ bool CZipAnalyzer::indexMember(Archive& archive, ContainerScope& scope, unsigned
                   index->expansion.memberPath);
     return false;
   }
-  if (member.analyzer->canUseIndexBuffer()) indexInPlace(archive, member, path);
-  else indexCopy(archive, member, name);
+  if (member.analyzer->canUseIndexBuffer())
+    indexInPlace(archive, member, path);
+  else
+    indexCopy(archive, member, name);
   return true;
 }
 

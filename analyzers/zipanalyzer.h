@@ -15,8 +15,8 @@ class VESKA_API CZipAnalyzer : public CContainerAnalyzer {
   // Deliberate: what follows a member that cannot be opened (it is encrypted, ...) is not indexed.
   bool indexFile(const char* path, unsigned long parentId) override;
 
-  // The first member of exactly that name. Result: true when tempPath was made, even if damaged data
-  // cut the copy short.
+  // The first member of exactly that name. Result: true when tempPath was made, even if damaged
+  // data cut the copy short.
   bool extractToTempFile(const char* container, const char* member, const char* tempPath,
                          unsigned long id) override;
 
