@@ -1,19 +1,13 @@
 // Display text. A block is copied character by character: what can be shown stays, runs of blanks
 // become one space, the line ends of all systems become line feeds, lines are wrapped, and what is
-// plainly binary is taken out again. All positions count within the text of the block at hand.
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <cstdio>
+// plainly binary is x#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <memory>
 
 #include "analyzers/fileanalyzer.h"
+#include "analyzers/inputfile.h"
 #include "api/reporting.h"
 #include "index/index.h"
 
@@ -131,22 +125,6 @@ class BlockText {
   int highRun_ = 0;
 };
 
-struct FileCloser {
-  void operator()(FILE* file) const { std::fclose(file); }
-};
-using OpenFile = std::unique_ptr<FILE, FileCloser>;
-
-// Opens a regular file; opening anything else could wait for ever.
-OpenFile openRegularFile(const char* path) {
-  const int descriptor = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  if (descriptor < 0) return nullptr;
-  struct stat status;
-  FILE* file = nullptr;
-  if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) file = fdopen(descriptor, "rb");
-  if (file == nullptr) close(descriptor);
-  return OpenFile(file);
-}
-
 struct FreeDeleter {
   void operator()(char* block) const { std::free(block); }
 };
@@ -193,8 +171,8 @@ unsigned long CFileAnalyzer::stripBuffer(char* in, unsigned long inLen, char* ou
 
 char* CFileAnalyzer::fillDisplayBuffer(const char* path, unsigned long /*fileId*/,
                                        unsigned long maxBytes, int lineWidth, bool option) {
-  const OpenFile file = openRegularFile(path);
-  if (!file) throwVeskaError("CannotOpenContentsFile", path);
+  InputFile file(path);
+  if (!file.isOpen()) throwVeskaError("CannotOpenContentsFile", path);
   Block result(maxBytes == ~0UL ? nullptr : static_cast<char*>(std::malloc(maxBytes + 1)));
   if (!result) throwVeskaError("NoMemory", "");
 
@@ -206,7 +184,7 @@ char* CFileAnalyzer::fillDisplayBuffer(const char* path, unsigned long /*fileId*
   bool firstBlock = true;
   time_t lastReport = std::time(nullptr);
   while (length < maxBytes) {
-    const size_t read = std::fread(input.get() + kept, 1, kBlockBytes - kept, file.get());
+    const size_t read = file.read(input.get() + kept, kBlockBytes - kept);
     if (read == 0) break;
     index->pendingWord[0] = '\0';
     const unsigned long made = stripBuffer(input.get(), kept + read, work.get(), kDisplayBlockBytes,
