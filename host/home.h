@@ -45,7 +45,9 @@ class Home {
   std::string tablesLink() const { return indexFolder() + "/tables"; }
   std::string lockFile() const { return indexFolder() + "/lock"; }
   std::string cacheFolder() const { return root_ + "/cache/default"; }
-  std::string generationFolder(uint64_t number) const;
+  // For converter output and mail parts of all generations of one lineage (State::lineage).
+  std::string cacheFolder(uint64_t lineage) const;
+  std::string generationFolder(uint64_t number) const;  // without a trailing "/"
 
   // The generation in force, held; nothing when there is no index yet. Needs no right to write.
   std::optional<Generation> openCurrent() const;
