@@ -1,6 +1,8 @@
 # Build options, and `veska_options`: the compile and link flags that all our targets share.
 
-option(VESKA_BUILD_TESTS "Build the tests" ON)
+# Without GoogleTest the program can still be built; where it is there, tests are built too.
+find_package(GTest QUIET)
+option(VESKA_BUILD_TESTS "Build the tests" ${GTest_FOUND})
 option(VESKA_BUILD_BENCH "Build the benchmarks" OFF)
 option(VESKA_BUILD_FUZZ "Build the fuzz targets (clang only)" OFF)
 option(VESKA_WERROR "Treat compiler warnings as errors" OFF)
