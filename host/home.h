@@ -49,6 +49,8 @@ class Home {
   std::string cacheFolder(uint64_t lineage) const;
   std::string generationFolder(uint64_t number) const;  // without a trailing "/"
 
+  // The number in the link `tables`; 0 when there is no index yet. Fails when the link leads astray.
+  uint64_t currentNumber() const;
   // The generation in force, held; nothing when there is no index yet. Needs no right to write.
   std::optional<Generation> openCurrent() const;
   // As above; without an index it fails with "no index yet; make one with: veska index ~/Documents".
@@ -60,5 +62,9 @@ class Home {
  private:
   std::string root_;
 };
+
+// The absolute path without links and doubled slashes; of what does not exist, the part that exists
+// is resolved.
+std::string canonicalPath(const std::string& path);
 
 }  // namespace veska

@@ -53,6 +53,7 @@ class Session {
 
  private:
   explicit Session(SessionHooks hooks);
+  static Session start(bool create, const std::string& folder, SessionHooks hooks);
   void setCharacterClasses();
 
   CVeskaIndex* index_ = nullptr;

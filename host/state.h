@@ -18,7 +18,8 @@ inline constexpr std::array<std::string_view, 5> kTableNames = {"files", "words"
 struct TableSum {
   std::string name;
   uint64_t bytes = 0;
-  uint64_t sum = 0;  // XXH-like 64-bit sum of all bytes: see checksum()
+  uint64_t sum = 0;  // a change within one aligned word of 8 bytes always changes it
+  bool operator==(const TableSum&) const = default;
 };
 
 struct State {
@@ -65,6 +66,9 @@ inline constexpr size_t kMostProblemsListed = 1000;
 // fails with a sentence that names it.
 std::optional<State> readState(const std::string& folder);
 std::vector<Problem> readProblems(const std::string& folder);
+
+// The lineage alone; nothing when it cannot be told. Never fails.
+std::optional<uint64_t> lineageOf(const std::string& folder);
 
 void writeState(const std::string& folder, const State& state);
 void writeProblems(const std::string& folder, const std::vector<Problem>& problems);
