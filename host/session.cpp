@@ -3,9 +3,9 @@
 // somebody asks for it.
 #include "host/session.h"
 
-#include <cstring>
 #include <string>
 
+#include "host/encoding.h"
 #include "host/state.h"
 
 namespace veska {
@@ -32,12 +32,9 @@ bool isAssigned(int byte) {
 }
 
 bool isLetter(int byte) {
-  if ((byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z')) return true;
-  if (byte >= 0xC0) return byte != 0xD7 && byte != 0xF7;
-  return std::strchr("\x83\x8A\x8C\x8E\x9A\x9C\x9E\x9F\xAA\xB5\xBA", byte) != nullptr && byte != 0;
+  const bool isDigit = byte >= '0' && byte <= '9';
+  return isWordByte(static_cast<unsigned char>(byte)) && !isDigit && byte != '_';
 }
-
-bool isDigit(int byte) { return byte >= '0' && byte <= '9'; }
 
 bool isPrintable(int byte) { return byte >= 0x20 && byte != 0x7F && isAssigned(byte); }
 
@@ -86,7 +83,7 @@ Session Session::create(const std::string& folder, SessionHooks hooks) {
 
 void Session::setCharacterClasses() {
   for (int byte = 0; byte < 256; ++byte) {
-    const bool inWord = isLetter(byte) || isDigit(byte) || byte == '_';
+    const bool inWord = isWordByte(static_cast<unsigned char>(byte));
     vidxSetValidCharMask(index_, byte, inWord);
     vidxSetValidTrailingMask(index_, byte, inWord);
     vidxSetValidViewableMask(index_, byte, isPrintable(byte));
