@@ -122,6 +122,13 @@ FileDescriptor holdForRemoval(const std::string& folder) {
   return hold;
 }
 
+// What is kept is named after its record: "123.txt", or "123" for a converter's output. 0 for others.
+uint64_t recordOfCached(std::string_view name) {
+  size_t digits = 0;
+  const uint64_t id = leadingNumber(name, &digits);
+  return digits == name.size() || name[digits] == '.' ? id : 0;
+}
+
 std::string lockHolder(int lock) {
   char text[32];
   const ssize_t length = ::pread(lock, text, sizeof text, 0);
@@ -211,17 +218,23 @@ void sweepGenerations(const Home& home, const WriterLock&) {
   }
 }
 
+std::vector<uint64_t> cachedRecords(const Home& home, uint64_t lineage) {
+  std::vector<uint64_t> ids;
+  for (const std::string& name : entriesOf(home.cacheFolder(lineage))) {
+    if (const uint64_t id = recordOfCached(name)) ids.push_back(id);
+  }
+  std::sort(ids.begin(), ids.end());
+  return ids;
+}
+
 void sweepCache(const Home& home, const WriterLock&, uint64_t lineage,
                 const std::function<bool(uint64_t id)>& isLive) {
   const std::string folder = home.cacheFolder(lineage);
   const FileDescriptor hold = holdForRemoval(folder);
   if (!hold) return;
-  // What is kept is named after its record: "123.txt", or "123" for a converter's output.
   for (const std::string& name : entriesOf(folder)) {
-    size_t digits = 0;
-    const uint64_t id = leadingNumber(name, &digits);
-    const bool kept = digits > 0 && (digits == name.size() || name[digits] == '.') && isLive(id);
-    if (!kept) removeTree(folder + "/" + name);
+    const uint64_t id = recordOfCached(name);
+    if (id == 0 || !isLive(id)) removeTree(folder + "/" + name);
   }
 }
 

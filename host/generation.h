@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "host/files.h"
 #include "host/home.h"
@@ -52,6 +53,9 @@ class NewGeneration {
 // Removes generations that are not in force and that nobody reads, with the caches of lineages that
 // no generation is left of.
 void sweepGenerations(const Home& home, const WriterLock& lock);
+
+// The ids of the records for which something is kept in the lineage's cache, ascending.
+std::vector<uint64_t> cachedRecords(const Home& home, uint64_t lineage);
 
 // Removes from the lineage's cache what belongs to no live record (isLive: by its id), and temporary
 // files of runs that did not end. Does nothing while somebody reads there.

@@ -59,8 +59,12 @@ Session::Session(SessionHooks hooks) : hooks_(std::make_unique<SessionHooks>(std
 Session::Session(Session&& other) noexcept
     : index_(std::exchange(other.index_, nullptr)), hooks_(std::move(other.hooks_)) {}
 
+void Session::close() {
+  if (index_ != nullptr) vidxClearIndex(std::exchange(index_, nullptr));
+}
+
 Session::~Session() {
-  if (index_ != nullptr) vidxClearIndex(index_);
+  close();
   if (hooks_ && activeHooks == hooks_.get()) activeHooks = nullptr;
 }
 

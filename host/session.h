@@ -39,6 +39,8 @@ class Session {
   Session& operator=(const Session&) = delete;
 
   CVeskaIndex* index() const { return index_; }
+  // Lets the index go before the object; saves nothing.
+  void close();
 
   // What indexing and reading of contents need on top: limits, word lengths, analyzers, patterns,
   // the folder for temporary files. An include pattern with an unknown reader fails.

@@ -242,8 +242,9 @@ class Fingerprint {
 
 }  // namespace
 
-uint64_t Settings::fingerprint() const {
+uint64_t Settings::fingerprint(std::string_view beside) const {
   Fingerprint print;
+  print.add(beside);
   for (const IncludePattern& entry : include) {
     print.add(entry.pattern);
     print.add(entry.reader);

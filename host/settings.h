@@ -31,8 +31,9 @@ struct Settings {
   int converterSeconds = 60;                   // 0: no limit
 
   // A number for all that decides which words an index holds (not the roots): another number means
-  // that the files read earlier were read under other settings.
-  uint64_t fingerprint() const;
+  // that the files read earlier were read under other settings. beside: the text of what else decides,
+  // the skip words and the converters.
+  uint64_t fingerprint(std::string_view beside) const;
 };
 
 // The built-in settings: no roots.
