@@ -104,7 +104,7 @@ class MemberCopy {
   bool kept_ = false;
 };
 
-class VESKA_API CContainerAnalyzer : public CFileAnalyzer {
+class CContainerAnalyzer : public CFileAnalyzer {
  public:
   using CFileAnalyzer::CFileAnalyzer;
 
