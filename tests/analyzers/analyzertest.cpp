@@ -4,12 +4,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "analyzers/analyzers.h"
 #include "analyzers/externalanalyzer.h"
-#include "analyzers/gzipanalyzer.h"
-#include "analyzers/mboxanalyzer.h"
-#include "analyzers/taranalyzer.h"
-#include "analyzers/zipanalyzer.h"
 #include "api/veskalib.h"
 #include "storage/bytes.h"
 
@@ -45,10 +40,6 @@ void AnalyzerTest::SetUp() {
     if (std::isalnum(c) || c == '_') index_->setValidCharMask(c, true);
   }
   index_->createAnalyzers();
-  index_->analyzers["zip"] = std::make_unique<CZipAnalyzer>(index_.get());
-  index_->analyzers["tar"] = std::make_unique<CTarAnalyzer>(index_.get());
-  index_->analyzers["gzip"] = std::make_unique<CGZipAnalyzer>(index_.get());
-  index_->analyzers["mbox"] = std::make_unique<CMBoxAnalyzer>(index_.get());
   include({{"*.txt", "generic"},
            {"*.zip", "zip"},
            {"*.tar", "tar"},
