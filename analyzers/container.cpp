@@ -10,6 +10,8 @@
 
 namespace {
 
+constexpr uint64_t kDiskBlockBytes = 4096;
+
 // Bytes that a limit leaves; 0 means that there is no limit.
 uint64_t roomBelow(uint64_t limit, uint64_t taken) {
   if (limit == 0) return std::numeric_limits<uint64_t>::max();
@@ -100,11 +102,16 @@ MemberCopy::~MemberCopy() {
   if (!kept_) index_.expansion.storedBytes -= bytes_;
 }
 
+// What stays counts as stored until the top file ends, in whole blocks: thousands of small files
+// fill a disk as well.
 void MemberCopy::keep() {
   file_.keep();
-  // What a top mailbox leaves is no more than the mailbox holds. What lies deeper counts as stored
-  // until the top file ends.
-  kept_ = index_.expansion.depth > 1;
+  kept_ = true;
+  Expansion& expansion = index_.expansion;
+  expansion.storedBytes += (kDiskBlockBytes - bytes_ % kDiskBlockBytes) % kDiskBlockBytes;
+  if (roomBelow(index_.maxMemberBytes, expansion.storedBytes) != 0 || expansion.exhausted) return;
+  expansion.exhausted = true;
+  reportLimit(index_, expansion.memberPath);
 }
 
 MemberCopy::Result MemberCopy::copy(MemberStream& stream) {

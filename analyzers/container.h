@@ -92,7 +92,7 @@ class MemberCopy {
   // Copies the member, and closes the file. Whatever kept it from being whole is reported.
   Result fill(MemberSource source);
 
-  // Leaves the file behind when the object goes.
+  // Leaves the file behind when the object goes. REQUIRES: filled.
   void keep();
 
  private:

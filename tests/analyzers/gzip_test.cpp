@@ -98,19 +98,16 @@ TEST_F(Gzip, ALimitCutsTheMemberAndKeepsItsBeginning) {
 }
 
 TEST_F(Gzip, CopiesThatLieInEachOtherShareTheLimitOfAMember) {
-  // Each layer holds the next and much else.
-  std::string layer = "deep ";
-  for (int i = 0; i < 4; ++i) {
-    const char* name = i == 0 ? "t.txt" : "t.txt.gz";
-    layer = gzipped(tarMember(name, layer) + tarMember("f.bin", std::string(400'000, 'f')));
-  }
-  include({{"*.txt", "generic"},
-           {"*.gz", "gzip"},
-           {"*t.txt", "tar"},
-           {"*.tgz", "gzip"},
-           {"*.tar", "tar"}});
+  const auto withPadding = [](const std::string& first, size_t padding) {
+    return gzipped(first + tarMember("pad.bin", std::string(padding, 'p')) + tarEnd());
+  };
+  const std::string inner = withPadding(tarMember("in.txt", "deep "), 500'000);
   index().maxMemberBytes = 1'000'000;
-  EXPECT_TRUE(indexNew("a.tgz", layer));
+  EXPECT_TRUE(indexNew("a.tgz", withPadding(tarMember("n.tgz", inner), 400'000)));
+  EXPECT_EQ(index().limitsReached, 0U);
+  EXPECT_TRUE(indexNew("b.tgz", withPadding(tarMember("n.tgz", inner), 900'000)));
+  EXPECT_EQ(index().limitsReached, 1U);
+  EXPECT_THAT(seenIn("deep"), testing::StartsWith("b.tgz//b.tar//n.tgz//"));
   EXPECT_EQ(index().expansion.storedBytes, 0U);
 }
 

@@ -123,11 +123,22 @@ TEST_F(Mbox, OnlyTheBeginningOfAMailboxIsLookedAt) {
 
 TEST_F(Mbox, ThousandsOfMessagesAndARepeatedRunKeepOneRecordEach) {
   std::string mailbox;
-  for (int i = 0; i < 3000; ++i) mailbox += message(std::to_string(i) + "@x", "body ");
+  for (int i = 0; i < 2000; ++i) mailbox += message(std::to_string(i) + "@x", "body ");
   EXPECT_TRUE(indexNew("in.mbox", mailbox));
   EXPECT_TRUE(indexAgain("in.mbox"));
-  EXPECT_EQ(records().size(), 3001U);
-  EXPECT_EQ(index().filesIndexed, 3000U);
+  EXPECT_EQ(records().size(), 2001U);
+  EXPECT_EQ(index().filesIndexed, 2000U);
+}
+
+TEST_F(Mbox, CachedPartsMeetTheLimitOfAMemberInWholeBlocks) {
+  std::string mailbox;
+  for (int i = 0; i < 30; ++i) mailbox += message(std::to_string(i) + "@x", "body ");
+  index().maxMemberBytes = 80'000;
+  EXPECT_TRUE(indexNew("in.mbox", mailbox));
+  EXPECT_EQ(records().size(), 1U + 20);  // of 4096 bytes each
+  EXPECT_EQ(listTree(path("cache")).size(), 20U);
+  ASSERT_EQ(problems().size(), 1U);
+  EXPECT_THAT(problems()[0], StartsWith("LimitReached in.mbox/19@x"));
 }
 
 TEST_F(Mbox, AnUpdatePassesOverWhatIsKnownAndNotNewer) {
