@@ -7,8 +7,6 @@
 #include <functional>
 #include <string_view>
 
-#include "api/export.h"
-
 // A message's text or an attachment. All texts lie in the mailbox.
 struct MailPart {
   std::string_view from;       // of the headers, with folded lines
@@ -20,12 +18,11 @@ struct MailPart {
 };
 
 // Calls part for each part of the mailbox, in order.
-VESKA_API void scanMailbox(std::string_view mailbox,
-                           const std::function<void(const MailPart&)>& part);
+void scanMailbox(std::string_view mailbox, const std::function<void(const MailPart&)>& part);
 
 // Decodes the base64 text of an attachment piece by piece. Bytes that stand for no value are passed
 // over; the text ends at an empty line once it has begun.
-class VESKA_API Base64Reader {
+class Base64Reader {
  public:
   explicit Base64Reader(std::string_view text) : text_(text) {}
 

@@ -7,11 +7,9 @@
 #include <string>
 #include <string_view>
 
-#include "api/export.h"
-
 // Where in a command the shell stands: what it makes of the bytes that come next. (Shell Command
 // Language, POSIX.1-2017 XCU 2.2.)
-class VESKA_API ShellPlace {
+class ShellPlace {
  public:
   // Reads a piece of the command on from here.
   void advance(std::string_view piece);
@@ -34,11 +32,11 @@ class VESKA_API ShellPlace {
 };
 
 // Does the path hold only characters that mean nothing to any shell?
-VESKA_API bool isPlainPath(std::string_view path);
+bool isPlainPath(std::string_view path);
 
 // Does the command have parts of it read once more (command substitution, a second shell, a here
 // document)? What is quoted for the first reading is not for the second.
-VESKA_API bool isReadTwice(std::string_view command);
+bool isReadTwice(std::string_view command);
 
 enum class CommandResult { kEnded, kTimeUp, kNotStarted };
 
@@ -47,7 +45,6 @@ enum class CommandResult { kEnded, kTimeUp, kNotStarted };
 // end. maxSeconds: after so many it is ended with all that it has started (0: never); so it is when
 // this process dies. maxFileBytes: size at which its files stop growing (0: none). The signal
 // handling of the process is left as it was; children of the host are not touched.
-VESKA_API CommandResult runShellCommand(const std::string& command, int maxSeconds,
-                                        uint64_t maxFileBytes);
+CommandResult runShellCommand(const std::string& command, int maxSeconds, uint64_t maxFileBytes);
 
 #endif  // VESKA_ANALYZERS_SHELLCOMMAND_H_

@@ -7,11 +7,9 @@
 #include <string>
 #include <string_view>
 
-#include "api/export.h"
-
 // A file of our own: made afresh with mode 0600 in place of what stood under its path, never
 // through a link, and removed with its object on every way out.
-class VESKA_API TempFile {
+class TempFile {
  public:
   // Makes the file. isOpen tells whether that was possible.
   explicit TempFile(std::string path);
@@ -54,7 +52,7 @@ class FileRemover {
 // zero bytes) is left out, and of one that is too long for a file name the end is taken, where the
 // extension stands. Result: empty when there is no directory, or when the path is too long to be
 // one.
-VESKA_API std::string temporaryPath(const std::string& directory, unsigned long number,
-                                    std::string_view suffix);
+std::string temporaryPath(const std::string& directory, unsigned long number,
+                          std::string_view suffix);
 
 #endif  // VESKA_ANALYZERS_TEMPFILE_H_
