@@ -1,6 +1,5 @@
 #include "analyzers/fileanalyzer.h"
 
-
 #include <algorithm>
 #include <cstring>
 
