@@ -13,9 +13,8 @@ enum class Kind : unsigned char { kTerm, kOpen, kClose, kSkip, kNear };
 
 struct Token {
   Kind kind;
-  size_t begin;  // of a term, in the query
-  size_t length;
-  int distance;  // of kNear
+  uint32_t begin;  // of a term, in the query
+  uint32_t value;  // of a term, its length; of a condition, its distance
 };
 
 // Deliberate: 9 is no digit here.
@@ -40,14 +39,14 @@ class Tokenizer {
       if (c == '&' || (c == ')' && depth == 0)) break;
       if (c == '(') {
         ++depth;
-        tokens.push_back({Kind::kOpen, 0, 0, 0});
+        tokens.push_back({Kind::kOpen, 0, 0});
       } else if (c == ')') {
         --depth;
-        tokens.push_back({Kind::kClose, 0, 0, 0});
+        tokens.push_back({Kind::kClose, 0, 0});
       } else if (c == '+') {
-        tokens.push_back({Kind::kSkip, 0, 0, 0});
+        tokens.push_back({Kind::kSkip, 0, 0});
       } else if (c == '<') {
-        tokens.push_back({Kind::kNear, 0, 0, distance()});
+        tokens.push_back({Kind::kNear, 0, static_cast<uint32_t>(distance())});
       }
     }
     return tokens;
@@ -57,7 +56,7 @@ class Tokenizer {
   Token term() {
     const size_t begin = at_;
     while (at_ < text_.size() && classes_.isTermByte(text_[at_])) ++at_;
-    return {Kind::kTerm, begin, at_ - begin, 0};
+    return {Kind::kTerm, static_cast<uint32_t>(begin), static_cast<uint32_t>(at_ - begin)};
   }
 
   int distance() {
@@ -209,14 +208,26 @@ class HitQuery::Compiler {
       const uint32_t next = nextTerm(at);
       alternativeAt_[at] = joins(at, next) ? alternativeAt_[next] : newAlternative(at, next);
       const Token& token = tokens_[at];
-      const uint32_t term =
-          query_.terms_.add(std::string_view(query_.text_).substr(token.begin, token.length));
-      if (term == query_.ofTerm_.size()) query_.ofTerm_.emplace_back();
-      std::vector<uint32_t>& alternatives = query_.ofTerm_[term];
-      if (alternatives.empty() || alternatives.back() != alternativeAt_[at])
-        alternatives.push_back(alternativeAt_[at]);
+      members_.emplace_back(
+          query_.terms_.add(std::string_view(query_.text_).substr(token.begin, token.value)),
+          alternativeAt_[at]);
     }
     query_.terms_.finish();
+    sortByTerm();
+  }
+
+  // From pairs of a term and its alternative to the alternatives of each term, each once in a row.
+  void sortByTerm() {
+    std::vector<uint32_t> last(query_.terms_.size(), kNone);
+    std::erase_if(members_, [&](const auto& member) {
+      return std::exchange(last[member.first], member.second) == member.second;
+    });
+    std::vector<uint32_t>& begin = query_.ofTermsBegin_;
+    begin.assign(query_.terms_.size() + 2, 0);
+    for (const auto& [term, alternative] : members_) ++begin[term + 2];
+    for (size_t i = 2; i < begin.size(); ++i) begin[i] += begin[i - 1];
+    query_.ofTerms_.resize(members_.size());
+    for (const auto& [term, alternative] : members_) query_.ofTerms_[begin[term + 1]++] = alternative;
   }
 
   uint32_t alternativeOf(uint32_t term) const {
@@ -231,7 +242,7 @@ class HitQuery::Compiler {
       alternative.conditional = true;
       alternative.rest = alternativeOf(restOf(term));
       alternative.restEnd = restEndOf(term);
-      alternative.distance = tokens_[conditionOf(term)].distance;
+      alternative.distance = static_cast<int>(tokens_[conditionOf(term)].value);
     }
     query_.alternatives_.push_back(alternative);
     return static_cast<uint32_t>(query_.alternatives_.size() - 1);
@@ -285,6 +296,7 @@ class HitQuery::Compiler {
   std::vector<bool> beginsRest_;
   std::vector<uint32_t> restEndsBefore_;
   std::vector<uint32_t> alternativeAt_;
+  std::vector<std::pair<uint32_t, uint32_t>> members_;  // a term and an alternative that it is in
 };
 
 HitQuery::HitQuery(const WordClasses& classes, std::string text, int defaultDistance)

@@ -14,6 +14,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -52,7 +53,10 @@ class HitQuery {
   // The first that is tried; kNone when the query has none.
   uint32_t first() const { return first_; }
   // The alternatives that a term is in.
-  const std::vector<uint32_t>& alternativesOf(uint32_t term) const { return ofTerm_[term]; }
+  std::span<const uint32_t> alternativesOf(uint32_t term) const {
+    return std::span(ofTerms_).subspan(ofTermsBegin_[term],
+                                       ofTermsBegin_[term + 1] - ofTermsBegin_[term]);
+  }
 
  private:
   class Compiler;
@@ -62,7 +66,8 @@ class HitQuery {
   bool hasConditions_ = false;
   uint32_t first_ = kNone;
   std::vector<Alternative> alternatives_;
-  std::vector<std::vector<uint32_t>> ofTerm_;
+  std::vector<uint32_t> ofTerms_;       // the alternatives of all terms, one term after the other
+  std::vector<uint32_t> ofTermsBegin_;  // where those of a term begin; one more at the end
 };
 
 #endif  // VESKA_STORAGE_HITQUERY_H_

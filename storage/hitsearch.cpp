@@ -44,93 +44,149 @@ size_t bitBefore(const std::vector<uint64_t>& bits, size_t i) {
   return word * kBitsPerWord + kBitsPerWord - 1 - static_cast<size_t>(std::countl_zero(left));
 }
 
-// The pass from right to left. Words are numbered from the right.
+// The pass from right to left.
 class Settler {
-  using Alternative = HitQuery::Alternative;
-
  public:
   explicit Settler(const HitQuery& query)
-      : query_(query),
-        alternatives_(query.alternatives()),
-        nearest_(alternatives_.size(), kFar),
-        restHitAt_(alternatives_.size(), nullptr),
-        matchedAt_(alternatives_.size(), nullptr),
-        succeeded_(alternatives_.size(), 0),
-        firstSuccess_(alternatives_.size(), HitQuery::kNone),
-        endsRest_(alternatives_.size(), 0) {
+      : query_(query), alternatives_(query.alternatives()), states_(alternatives_.size()) {
     for (const Alternative& alternative : alternatives_)
-      if (alternative.unconditional != HitQuery::kNone) endsRest_[alternative.unconditional] = 1;
+      if (alternative.unconditional != HitQuery::kNone)
+        states_[alternative.unconditional].endsRest = true;
   }
 
-  // Settles the word at `at`, of which terms match. right: the next byte to the right in the same
-  // run of word bytes that may begin a word, null for none. Result: it is a hit of the query.
-  bool settleWord(const char* at, const char* right, const std::vector<uint32_t>& terms) {
-    bool any = false;
-    for (const uint32_t term : terms) {
-      for (const uint32_t i : query_.alternativesOf(term)) {
-        const bool success = !alternatives_[i].conditional || conditionHolds(i, at, right);
-        matchedAt_[i] = at;
-        succeeded_[i] = success;
-        any = any || success || endsRest_[i];
-      }
+  // Settles the word at `at`, of which terms match. right: the next place to the right in the same
+  // run of word bytes where a word may begin, kNowhere for none. leftmost: no word begins to the left
+  // of this one in the run. Result: it is a hit of the query.
+  bool settleWord(uint32_t at, uint32_t right, bool leftmost, const std::vector<uint32_t>& terms) {
+    const bool restFollows = right != kNowhere;
+    const bool repeatable = leftmost && (!restFollows || lastHit_ != right);
+    if (repeatable && steady_ && restFollows == steadyRestFollows_ && terms == steadyTerms_) {
+      repeated_ = true;
+      return steadyHit_;
     }
-    if (!any) return false;
-    return settleRests(at);
+    leaveSteadiness();
+    const bool hit = matchTerms(at, right, terms) && settleRests(at);
+    if (repeatable && isSteady(at, terms)) {
+      steady_ = true;
+      steadyRestFollows_ = restFollows;
+      steadyHit_ = hit;
+      steadyTerms_ = terms;
+    }
+    return hit;
   }
 
-  // All words that begin in a run are settled; the one at `word` was the leftmost.
-  void endRun(const char* word) {
-    if (word == lastHit_)
-      for (size_t i = 0; i < alternatives_.size(); ++i)
-        if (restHitAt_[i] == word) nearest_[i] = wordCount_;
+  // All words that begin in a run are settled; the leftmost begins at `word`.
+  void endRun(uint32_t word) {
+    if (!repeated_ && word != lastHit_ && steadySince_ != kNowhere) leaveSteadiness();
     ++wordCount_;
+    if (!repeated_ && word == lastHit_) {
+      for (State& state : states_)
+        if (state.restHitAt == word) state.nearest = wordCount_;
+      steadySince_ = word;
+    }
+    repeated_ = false;
   }
+
+  static constexpr uint32_t kNowhere = HitQuery::kNone;
 
  private:
-  static constexpr int64_t kFar = std::numeric_limits<int64_t>::min() / 2;
+  using Alternative = HitQuery::Alternative;
+
+  struct State {
+    uint32_t nearest = 0;             // number of the nearest word that is a hit of the rest
+    uint32_t restHitAt = kNowhere;    // last place that was a hit of the rest
+    uint32_t matchedAt = kNowhere;    // last place where a term of the alternative matched
+    uint32_t firstSuccess = kNowhere; // place of the first alternative that succeeds from here on
+    bool succeeded = false;           // where it matched last
+    bool endsRest = false;            // has no condition in some rest
+  };
 
   // The word's own rest counts as the first word after it, but a hit at the very next byte does not
   // count, and ends the search.
-  bool conditionHolds(uint32_t i, const char* at, const char* right) const {
-    const Alternative& alternative = alternatives_[i];
+  bool conditionHolds(const Alternative& alternative, const State& state, uint32_t at,
+                      uint32_t right) const {
     if (alternative.distance <= 0) return false;
-    if (right != nullptr && restHitAt_[i] == right) return right != at + 1;
-    const int64_t words = int64_t{alternative.distance} + (right == nullptr ? 1 : 0);
-    return wordCount_ - nearest_[i] <= words;
+    if (right != kNowhere && state.restHitAt == right) return right != at + 1;
+    if (state.nearest == 0) return false;
+    const uint32_t words = static_cast<uint32_t>(alternative.distance) + (right == kNowhere ? 1 : 0);
+    return wordCount_ + 1 - state.nearest <= words;
+  }
+
+  // Result: some alternative that a term is in may make the word a hit of something.
+  bool matchTerms(uint32_t at, uint32_t right, const std::vector<uint32_t>& terms) {
+    bool any = false;
+    for (const uint32_t term : terms) {
+      for (const uint32_t i : query_.alternativesOf(term)) {
+        State& state = states_[i];
+        state.matchedAt = at;
+        state.succeeded = !alternatives_[i].conditional ||
+                          conditionHolds(alternatives_[i], state, at, right);
+        any = any || state.succeeded || state.endsRest;
+      }
+    }
+    return any;
   }
 
   // Which of the conditions' queries is the word a hit of? In each, the first alternative that
   // succeeds must stand before that query's end. Result: it is a hit of the whole query.
-  bool settleRests(const char* at) {
-    for (size_t i = 0; i < alternatives_.size(); ++i) {
+  bool settleRests(uint32_t at) {
+    for (size_t i = 0; i < states_.size(); ++i) {
       const Alternative& alternative = alternatives_[i];
-      if (matchedAt_[i] == at && succeeded_[i]) {
-        firstSuccess_[i] = alternative.place;
+      State& state = states_[i];
+      if (state.matchedAt == at && state.succeeded) {
+        state.firstSuccess = alternative.place;
       } else {
-        firstSuccess_[i] =
-            alternative.next == HitQuery::kNone ? HitQuery::kNone : firstSuccess_[alternative.next];
+        state.firstSuccess = alternative.next == HitQuery::kNone
+                                 ? kNowhere
+                                 : states_[alternative.next].firstSuccess;
       }
       if (alternative.rest == HitQuery::kNone) continue;
-      if (firstSuccess_[alternative.rest] < alternative.restEnd ||
+      if (states_[alternative.rest].firstSuccess < alternative.restEnd ||
           (alternative.unconditional != HitQuery::kNone &&
-           matchedAt_[alternative.unconditional] == at)) {
-        restHitAt_[i] = at;
+           states_[alternative.unconditional].matchedAt == at)) {
+        state.restHitAt = at;
         lastHit_ = at;
       }
     }
-    return firstSuccess_[query_.first()] != HitQuery::kNone;
+    return states_[query_.first()].firstSuccess != kNowhere;
+  }
+
+  // Text in which many words are alike is hostile to long chains of conditions. When a word was a hit
+  // of just those rests whose conditions held at it, then the next word, if the same terms match it,
+  // is a hit of just the same, and so are all that follow it: nothing has to be worked out.
+  bool isSteady(uint32_t at, const std::vector<uint32_t>& terms) const {
+    for (const uint32_t term : terms) {
+      for (const uint32_t i : query_.alternativesOf(term)) {
+        if (alternatives_[i].conditional &&
+            states_[i].succeeded != (states_[i].restHitAt == at))
+          return false;
+      }
+    }
+    return true;
+  }
+
+  // Makes up for the words that were passed over.
+  void leaveSteadiness() {
+    if (steady_ && steadySince_ != kNowhere) {
+      for (State& state : states_)
+        if (state.restHitAt == steadySince_) state.nearest = wordCount_;
+    }
+    steady_ = false;
+    steadySince_ = kNowhere;
   }
 
   const HitQuery& query_;
   const std::vector<Alternative>& alternatives_;
-  std::vector<int64_t> nearest_;          // word number of the nearest hit of the rest
-  std::vector<const char*> restHitAt_;    // last place that was a hit of the rest
-  std::vector<const char*> matchedAt_;
-  std::vector<char> succeeded_;
-  std::vector<uint32_t> firstSuccess_;    // place of the first that succeeds from here on
-  std::vector<char> endsRest_;            // has no condition in some rest
-  const char* lastHit_ = nullptr;
-  int64_t wordCount_ = 0;
+  std::vector<State> states_;
+  uint32_t lastHit_ = kNowhere;
+  uint32_t wordCount_ = 0;
+
+  bool steady_ = false;
+  bool steadyRestFollows_ = false;
+  bool steadyHit_ = false;
+  std::vector<uint32_t> steadyTerms_;
+  uint32_t steadySince_ = kNowhere;  // the word of which the others repeat the hits; none without hits
+  bool repeated_ = false;
 };
 
 }  // namespace
@@ -155,14 +211,13 @@ const char* HitSearch::runEnd(const char* at) const {
 
 // First byte of the last word that begins before `at`, null for none.
 const char* HitSearch::wordBefore(const char* at) const {
-  for (;;) {
-    while (at != begin_ && !classes_.continues(at[-1])) --at;
-    if (at == begin_) return nullptr;
+  while (skipToRun(at)) {
     const char* const before = at;
     while (at != begin_ && classes_.continues(at[-1])) --at;
     for (const char* word = at; word != before; ++word)
       if (classes_.starts(*word)) return word;
   }
+  return nullptr;
 }
 
 bool HitSearch::isHit(const char* word) {
@@ -198,7 +253,6 @@ const char* HitSearch::forwards(const char* start, int maxWords) {
 }
 
 const char* HitSearch::backwards(const char* start, int maxWords) {
-  if (query_.first() == HitQuery::kNone) return nullptr;
   if (maxWords < 0) return end_;
   if (query_.hasConditions() || bytesTested_ > static_cast<size_t>(end_ - begin_)) settle();
   if (settled_ && maxWords == 0) {
@@ -222,23 +276,29 @@ void HitSearch::settle() {
   if (query_.first() == HitQuery::kNone) return;
 
   Settler settler(query_);
-  for (const char* at = end_;;) {
-    while (at != begin_ && !classes_.continues(at[-1])) --at;
-    if (at == begin_) return;
+  const char* at = end_;
+  while (skipToRun(at)) {
     matcher_.beginRun(at);
-    const char* leftmost = nullptr;
+    uint32_t leftmost = Settler::kNowhere;
     while (at != begin_ && classes_.continues(at[-1])) {
       matcher_.step(--at);
       if (!classes_.starts(*at)) continue;
+      const auto place = static_cast<uint32_t>(at - begin_);
       matched_.clear();
       matcher_.collect(matched_);
-      if (!matched_.empty() && settler.settleWord(at, leftmost, matched_))
-        setBit(hits_, static_cast<size_t>(at - begin_));
-      leftmost = at;
+      const bool runBegins = at == begin_ || !classes_.continues(at[-1]);
+      if (!matched_.empty() && settler.settleWord(place, leftmost, runBegins, matched_))
+        setBit(hits_, place);
+      leftmost = place;
     }
-    if (leftmost == nullptr) continue;
-    const auto word = static_cast<size_t>(leftmost - begin_);
-    if (hasBit(hits_, word)) setBit(wordHits_, word);
+    if (leftmost == Settler::kNowhere) continue;
+    if (hasBit(hits_, leftmost)) setBit(wordHits_, leftmost);
     settler.endRun(leftmost);
   }
+}
+
+// Moves at to the end of the last run of word bytes before it. Result: false when there is none.
+bool HitSearch::skipToRun(const char*& at) const {
+  while (at != begin_ && !classes_.continues(at[-1])) --at;
+  return at != begin_;
 }

@@ -12,8 +12,8 @@
 
 class HitSearch {
  public:
-  // classes and text outlive the search; text is zero-terminated at its end, and does not change
-  // where a search still looks.
+  // classes and text outlive the search; text is shorter than 4 GiB, zero-terminated at
+  // its end, and does not change where a search still looks.
   HitSearch(const WordClasses& classes, std::string_view text, std::string query,
             int defaultDistance);
 
@@ -36,6 +36,7 @@ class HitSearch {
   const char* firstWord(const char* from) const;
   const char* runEnd(const char* at) const;
   const char* wordBefore(const char* at) const;
+  bool skipToRun(const char*& at) const;
 
   const WordClasses& classes_;
   const char* const begin_;

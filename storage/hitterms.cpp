@@ -1,6 +1,6 @@
 // How terms are matched in linear time.
 //
-// termMatches goes back to the last "*" only: whatever an earlier one could still take, the last one
+// matchesForwards goes back to the last "*" only: whatever an earlier one could still take, the last one
 // can take too.
 //
 // The automaton reads words backwards. Its state says, for each position in each term, whether the
@@ -12,6 +12,8 @@
 
 #include <algorithm>
 #include <bit>
+#include <functional>
+#include <utility>
 
 namespace {
 
@@ -24,9 +26,14 @@ void setBit(std::vector<uint64_t>& mask, size_t bit) {
 
 unsigned char foldedByte(const char* at) { return foldByte(*at); }
 
-}  // namespace
+// The word has ended: may the term end too?
+bool matchesNothing(const WordClasses& classes, const char* pattern) {
+  if (classes.continues(*pattern)) return false;
+  while (*pattern == '?' || *pattern == '*') ++pattern;
+  return !classes.continues(*pattern);
+}
 
-bool termMatches(const WordClasses& classes, const char* text, const char* pattern, bool atStart) {
+bool matchesForwards(const WordClasses& classes, const char* text, const char* pattern) {
   const char* afterStar = nullptr;
   const char* taken = nullptr;  // where the last star's run ends
   // Lets the last star take bytes up to one that the byte behind the star matches.
@@ -37,36 +44,85 @@ bool termMatches(const WordClasses& classes, const char* text, const char* patte
     pattern = afterStar;
     return classes.continues(*taken);
   };
-  bool inWord = atStart ? classes.starts(*text) : classes.continues(*text);
-  for (;; inWord = classes.continues(*text)) {
-    const char p = *pattern;
-    if (!inWord) {
-      if (classes.continues(p)) return false;
-      while (*pattern == '?' || *pattern == '*') ++pattern;
-      return !classes.continues(*pattern);
-    }
-    if (p == '*') {
+  for (; classes.continues(*text); ++text, ++pattern) {
+    if (*pattern == '*') {
       if (!classes.continues(pattern[1])) return true;
       afterStar = pattern + 1;
       taken = text;
       if (!advanceStar()) return false;
-      if (*pattern == '*') continue;
-    } else if (!classes.isWildcard(p) &&
-               (!classes.continues(p) || foldedByte(text) != static_cast<unsigned char>(p))) {
+    } else if (!classes.isWildcard(*pattern) &&
+               (!classes.continues(*pattern) ||
+                foldedByte(text) != static_cast<unsigned char>(*pattern))) {
       if (afterStar == nullptr) return false;
       ++taken;
       if (!advanceStar()) return false;
-      continue;
     }
-    ++text;
-    ++pattern;
   }
+  return matchesNothing(classes, pattern);
 }
 
-uint32_t TermSet::add(std::string_view term) {
-  const auto [entry, isNew] = numbers_.try_emplace(term, static_cast<uint32_t>(terms_.size()));
-  if (isNew) terms_.push_back(term);
-  return entry->second;
+// The same for any classes. Where "*" is a word byte, it is a star all the same, but behind a star it
+// also stands for itself; and a "*" or "?" that is a word byte does not match nothing. Then going back
+// to an earlier star can help.
+bool matchesBackwards(const WordClasses& classes, const char* text, const char* pattern) {
+  size_t size = 0;
+  while (classes.isTermByte(pattern[size])) ++size;
+  const char* at = text;
+  while (classes.continues(*at)) ++at;
+  std::vector<char> rest(size + 1);  // does the term from here match the text from `at`?
+  for (size_t i = 0; i <= size; ++i) rest[i] = matchesNothing(classes, pattern + i);
+  for (bool lastByte = true; at != text; lastByte = false) {
+    const unsigned char c = foldedByte(--at);
+    char before = rest[size];
+    rest[size] = false;
+    for (size_t i = size; i-- > 0;) {
+      const char old = rest[i];
+      if (pattern[i] == '*') {
+        const bool endsHere = c == static_cast<unsigned char>(pattern[i + 1]) && rest[i + 1];
+        rest[i] = endsHere || (old && !lastByte) || !classes.continues(pattern[i + 1]);
+      } else {
+        rest[i] = before && (classes.isWildcard(pattern[i]) ||
+                             c == static_cast<unsigned char>(pattern[i]));
+      }
+      before = old;
+    }
+  }
+  return rest[0];
+}
+
+}  // namespace
+
+bool termMatches(const WordClasses& classes, const char* text, const char* pattern, bool atStart) {
+  if (!(atStart ? classes.starts(*text) : classes.continues(*text)))
+    return matchesNothing(classes, pattern);
+  return classes.hasWildcardBytes() ? matchesBackwards(classes, text, pattern)
+                                    : matchesForwards(classes, text, pattern);
+}
+
+size_t TextNumbers::slotOf(std::string_view text) const {
+  const size_t mask = slots_.size() - 1;
+  size_t slot = std::hash<std::string_view>()(text) & mask;
+  while (slots_[slot] != kNone && texts_[slots_[slot]] != text) slot = (slot + 1) & mask;
+  return slot;
+}
+
+void TextNumbers::grow() {
+  slots_.assign(std::max<size_t>(16, slots_.size() * 2), kNone);
+  for (uint32_t number = 0; number < size(); ++number) slots_[slotOf(texts_[number])] = number;
+}
+
+uint32_t TextNumbers::add(std::string_view text) {
+  if (texts_.size() * 2 >= slots_.size()) grow();
+  uint32_t& slot = slots_[slotOf(text)];
+  if (slot == kNone) {
+    slot = size();
+    texts_.push_back(text);
+  }
+  return slot;
+}
+
+uint32_t TextNumbers::find(std::string_view text) const {
+  return slots_.empty() ? kNone : slots_[slotOf(text)];
 }
 
 size_t TermSet::literalPrefix(std::string_view term) const {
@@ -75,36 +131,40 @@ size_t TermSet::literalPrefix(std::string_view term) const {
   return static_cast<size_t>(wildcard - term.begin());
 }
 
-// Where "*" is a word byte too, it may stand for itself behind a star: not for the automaton.
+// The automaton knows "*" and "?" as wildcards only.
 bool TermSet::fitsAutomaton(std::string_view term) const {
-  return numberAtBit_.size() + term.size() + 1 <= kMaxAutomatonBits && !classes_.continues('*');
+  return numberAtBit_.size() + term.size() + 1 <= kMaxAutomatonBits && !classes_.hasWildcardBytes();
 }
 
 void TermSet::finish() {
   bool beginsFolded[256] = {};
+  isLiteral_.resize(terms_.size());
+  samePrefix_.assign(terms_.size(), TextNumbers::kNone);
   for (uint32_t number = 0; number < terms_.size(); ++number) {
     const std::string_view term = terms_[number];
     const size_t prefix = literalPrefix(term);
     if (prefix == 0) std::fill(std::begin(beginsFolded), std::end(beginsFolded), true);
     beginsFolded[static_cast<unsigned char>(term[0])] = true;
     if (prefix == term.size()) {
-      literals_.emplace(term, number);
+      isLiteral_[number] = true;
       if (literalLengths_.size() <= term.size()) literalLengths_.resize(term.size() + 1);
       literalLengths_[term.size()] = true;
     } else if (fitsAutomaton(term)) {
       automatonTerms_.push_back(term);
       numberAtBit_.resize(numberAtBit_.size() + term.size() + 1, number);
     } else {
-      byPrefix_[term.substr(0, prefix)].push_back(number);
+      const uint32_t prefixNumber = prefixes_.add(term.substr(0, prefix));
+      if (prefixNumber == lastWithPrefix_.size()) lastWithPrefix_.push_back(TextNumbers::kNone);
+      samePrefix_[number] = std::exchange(lastWithPrefix_[prefixNumber], number);
       prefixLengths_.push_back(prefix);
     }
   }
   std::sort(prefixLengths_.begin(), prefixLengths_.end());
   prefixLengths_.erase(std::unique(prefixLengths_.begin(), prefixLengths_.end()),
                        prefixLengths_.end());
-  for (int byte = 0; byte < 256; ++byte) mayBegin_[byte] = beginsFolded[foldByte(static_cast<char>(byte))];
+  for (int byte = 0; byte < 256; ++byte)
+    mayBegin_[byte] = beginsFolded[foldByte(static_cast<char>(byte))];
   if (hasAutomaton()) sizeAutomaton();
-  numbers_.clear();
 }
 
 void TermSet::sizeAutomaton() {
@@ -171,7 +231,7 @@ void TermMatcher::collect(std::vector<uint32_t>& numbers) {
   folded_.clear();
   collectLiteral(numbers);
   if (terms_.hasAutomaton()) collectAutomaton(numbers);
-  if (!terms_.byPrefix_.empty()) collectByPrefix(numbers);
+  if (!terms_.prefixLengths_.empty()) collectByPrefix(numbers);
 }
 
 // Has the first bytes of the word in folded_, at least.
@@ -184,8 +244,8 @@ void TermMatcher::collectLiteral(std::vector<uint32_t>& numbers) {
   const auto length = static_cast<size_t>(runEnd_ - at_);
   if (length >= terms_.literalLengths_.size() || !terms_.literalLengths_[length]) return;
   foldWord(length);
-  const auto found = terms_.literals_.find(std::string_view(folded_).substr(0, length));
-  if (found != terms_.literals_.end()) numbers.push_back(found->second);
+  const uint32_t found = terms_.terms_.find(std::string_view(folded_).substr(0, length));
+  if (found != TextNumbers::kNone && terms_.isLiteral_[found]) numbers.push_back(found);
 }
 
 void TermMatcher::collectAutomaton(std::vector<uint32_t>& numbers) const {
@@ -201,9 +261,10 @@ void TermMatcher::collectByPrefix(std::vector<uint32_t>& numbers) {
   for (const size_t prefix : terms_.prefixLengths_) {
     if (prefix > length) return;
     foldWord(prefix);
-    const auto found = terms_.byPrefix_.find(std::string_view(folded_).substr(0, prefix));
-    if (found == terms_.byPrefix_.end()) continue;
-    for (const uint32_t number : found->second) {
+    const uint32_t found = terms_.prefixes_.find(std::string_view(folded_).substr(0, prefix));
+    if (found == TextNumbers::kNone) continue;
+    for (uint32_t number = terms_.lastWithPrefix_[found]; number != TextNumbers::kNone;
+         number = terms_.samePrefix_[number]) {
       if (termMatches(terms_.classes_, at_, terms_.terms_[number].data(), true))
         numbers.push_back(number);
     }

@@ -11,7 +11,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "api/lowercase.h"
@@ -24,6 +23,7 @@ struct WordClasses {
   bool starts(char c) const { return startTable[static_cast<unsigned char>(c)]; }
   bool continues(char c) const { return insideTable[static_cast<unsigned char>(c)]; }
   bool isWildcard(char c) const { return c == '*' || (c == '?' && !continues('?')); }
+  bool hasWildcardBytes() const { return continues('*') || continues('?'); }
   bool isTermByte(char c) const { return continues(c) || c == '?' || c == '*'; }
 };
 
@@ -31,6 +31,27 @@ struct WordClasses {
 // atStart: the first byte must start a word, not just continue one. Both texts are zero-terminated.
 // Takes time in proportion to the word's length by the term's.
 bool termMatches(const WordClasses& classes, const char* text, const char* pattern, bool atStart);
+
+// Numbers texts in the order in which they are added, equal ones once.
+class TextNumbers {
+ public:
+  static constexpr uint32_t kNone = 0xFFFFFFFF;
+
+  // The bytes outlive the object.
+  uint32_t add(std::string_view text);
+  // kNone for a text that was not added.
+  uint32_t find(std::string_view text) const;
+
+  std::string_view operator[](uint32_t number) const { return texts_[number]; }
+  uint32_t size() const { return static_cast<uint32_t>(texts_.size()); }
+
+ private:
+  size_t slotOf(std::string_view text) const;
+  void grow();
+
+  std::vector<std::string_view> texts_;
+  std::vector<uint32_t> slots_;  // open addressing; a power of two, at most half full
+};
 
 // The distinct terms of a query, matched together.
 class TermSet {
@@ -40,11 +61,11 @@ class TermSet {
 
   // Result: the term's number; equal terms have the same. The bytes outlive the set, and a byte that
   // no term holds stands behind them.
-  uint32_t add(std::string_view term);
+  uint32_t add(std::string_view term) { return terms_.add(term); }
   // After the last add.
   void finish();
 
-  size_t size() const { return terms_.size(); }
+  uint32_t size() const { return terms_.size(); }
   // Could a word that begins with this byte match?
   bool mayBegin(char c) const { return mayBegin_[static_cast<unsigned char>(c)]; }
   bool hasAutomaton() const { return !numberAtBit_.empty(); }
@@ -58,11 +79,10 @@ class TermSet {
   size_t literalPrefix(std::string_view term) const;
 
   const WordClasses& classes_;
-  std::unordered_map<std::string_view, uint32_t> numbers_;
-  std::vector<std::string_view> terms_;
+  TextNumbers terms_;
 
   // Terms without wildcards are looked up by the whole word.
-  std::unordered_map<std::string_view, uint32_t> literals_;
+  std::vector<bool> isLiteral_;
   std::vector<bool> literalLengths_;
 
   // Terms with wildcards run in one automaton, up to a size; a bit stands for a position in a term
@@ -76,7 +96,9 @@ class TermSet {
   Masks masks_;
 
   // The others are tried one by one where the word begins with the bytes before their first wildcard.
-  std::unordered_map<std::string_view, std::vector<uint32_t>> byPrefix_;
+  TextNumbers prefixes_;
+  std::vector<uint32_t> lastWithPrefix_;  // by prefix
+  std::vector<uint32_t> samePrefix_;      // by term: another with its prefix
   std::vector<size_t> prefixLengths_;
 
   bool mayBegin_[256] = {};
