@@ -1,6 +1,6 @@
 // Display text. A block is copied character by character: what can be shown stays, runs of blanks
 // become one space, the line ends of all systems become line feeds, lines are wrapped, and what is
-// plainly binary is taken out again. All positions count within the text of the block at hand.
+// plainly binary is taken back out.
 
 #include <algorithm>
 #include <cstdlib>

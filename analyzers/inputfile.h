@@ -1,49 +1,41 @@
-// How analyzers read a document from disk.
+// A regular file open for reading, in plain system calls.
 
 #ifndef VESKA_ANALYZERS_INPUTFILE_H_
 #define VESKA_ANALYZERS_INPUTFILE_H_
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 
-// A regular file open for reading; anything else, a pipe say, is not opened.
 class InputFile {
  public:
-  explicit InputFile(const char* path)
-      : descriptor_(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK)) {
-    struct stat status {};
-    if (descriptor_ < 0 || (fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode))) return;
-    close(descriptor_);
-    descriptor_ = -1;
-  }
-  ~InputFile() {
-    if (descriptor_ >= 0) close(descriptor_);
-  }
+  // Anything but a regular file, a pipe say, is not opened.
+  explicit InputFile(const char* path);
+  ~InputFile();
   InputFile(const InputFile&) = delete;
   InputFile& operator=(const InputFile&) = delete;
 
   bool isOpen() const { return descriptor_ >= 0; }
+  uint64_t size() const { return size_; }  // when it was opened
+  int64_t time() const { return time_; }   // of the last change, Unix seconds
+  // A read failed: what it was to read counts as missing.
   bool failed() const { return failed_; }
 
-  // Bytes read, fewer than asked for only at the end or on an error, which counts as the end.
-  size_t read(char* to, size_t bytes) {
-    size_t have = 0;
-    while (have < bytes) {
-      const ssize_t got = ::read(descriptor_, to + have, bytes - have);
-      if (got < 0 && errno == EINTR) continue;
-      if (got < 0) failed_ = true;
-      if (got <= 0) break;
-      have += static_cast<size_t>(got);
-    }
-    return have;
-  }
+  // Reads on from where the last read ended. Result: bytes read, fewer than asked for only at the
+  // file's end.
+  size_t read(char* to, size_t bytes);
+
+  // Where the next read begins. REQUIRES: below 2^63.
+  void seek(uint64_t offset) { position_ = offset; }
+
+  // Reads so many bytes from offset on, piece by piece; negative when a read failed.
+  std::function<long(char* to, size_t bytes)> source(uint64_t offset, uint64_t bytes);
 
  private:
   int descriptor_;
+  uint64_t size_ = 0;
+  int64_t time_ = 0;
+  uint64_t position_ = 0;
   bool failed_ = false;
 };
 
