@@ -1,12 +1,13 @@
 #include "storage/filecontents.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <utility>
 
 #include "analyzers/fileanalyzer.h"
+#include "analyzers/tempfile.h"
 #include "api/reporting.h"
 #include "index/index.h"
 #include "storage/hitsearch.h"
@@ -14,25 +15,6 @@
 namespace {
 
 constexpr size_t kMaxAncestors = 100;
-
-// A file that is removed when its owner goes.
-class TemporaryFile {
- public:
-  explicit TemporaryFile(std::string path) : path_(std::move(path)) {}
-  TemporaryFile(TemporaryFile&& other) noexcept : path_(std::exchange(other.path_, {})) {}
-  TemporaryFile& operator=(TemporaryFile&& other) noexcept {
-    path_.swap(other.path_);  // other takes the old file along
-    return *this;
-  }
-  ~TemporaryFile() {
-    if (!path_.empty()) std::remove(path_.c_str());
-  }
-
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
-};
 
 }  // namespace
 
@@ -82,14 +64,14 @@ std::string CFileContents::displayName(const std::vector<uint32_t>& path) const 
 
 void CFileContents::readText(const std::vector<uint32_t>& path, uint32_t fileId, bool option) {
   filePath_ = std::string(recordName(path[0])) + "/" + recordName(path[1]);
-  TemporaryFile member({});
+  std::optional<FileRemover> extractedFile;
   for (size_t i = 2; i < path.size(); ++i) {
-    TemporaryFile next(
-        index_->extractToTempFile(filePath_.c_str(), recordName(path[i]), path[i]));
-    if (next.path().empty()) throwVeskaError("ArchiveExtractError", {});
-    filePath_ = next.path();
+    std::string member =
+        index_->extractToTempFile(filePath_.c_str(), recordName(path[i]), path[i]);
+    if (member.empty()) throwVeskaError("ArchiveExtractError", {});
+    filePath_ = member;
+    extractedFile.emplace(std::move(member));  // removes that of the level above
     extracted_ = true;
-    std::swap(member, next);
   }
   CFileAnalyzer* analyzer = index_->analyzerThatMatches(displayName(path).c_str());
   if (analyzer == nullptr) analyzer = index_->analyzerNamed("generic");
