@@ -59,14 +59,16 @@ class Settler {
   // of this one in the run. Result: it is a hit of the query.
   bool settleWord(uint32_t at, uint32_t right, bool leftmost, const std::vector<uint32_t>& terms) {
     const bool restFollows = right != kNowhere;
-    const bool repeatable = leftmost && (!restFollows || lastHit_ != right);
-    if (repeatable && steady_ && restFollows == steadyRestFollows_ && terms == steadyTerms_) {
-      repeated_ = true;
+    const bool restIsHit = restFollows && lastHit_ == right;
+    const bool repeatsHits = steadySince_ != kNowhere;
+    if (steady_ && (leftmost || !repeatsHits) && !restIsHit &&
+        restFollows == steadyRestFollows_ && terms == steadyTerms_) {
+      repeated_ = leftmost;
       return steadyHit_;
     }
     leaveSteadiness();
     const bool hit = matchTerms(at, right, terms) && settleRests(at);
-    if (repeatable && isSteady(at, terms)) {
+    if ((leftmost || lastHit_ != at) && !restIsHit && isSteady(at, terms)) {
       steady_ = true;
       steadyRestFollows_ = restFollows;
       steadyHit_ = hit;
@@ -153,7 +155,8 @@ class Settler {
 
   // Text in which many words are alike is hostile to long chains of conditions. When a word was a hit
   // of just those rests whose conditions held at it, then the next word, if the same terms match it,
-  // is a hit of just the same, and so are all that follow it: nothing has to be worked out.
+  // is a hit of just the same, and so are all that follow it: nothing has to be worked out. When it
+  // was a hit of none, that goes for what is left of words too.
   bool isSteady(uint32_t at, const std::vector<uint32_t>& terms) const {
     for (const uint32_t term : terms) {
       for (const uint32_t i : query_.alternativesOf(term)) {

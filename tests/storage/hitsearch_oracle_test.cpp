@@ -6,6 +6,7 @@
 #include <climits>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "storage/hitsearch.h"
 
@@ -256,6 +257,17 @@ TEST(HitSearchOracle, AgreesOnConditionsAndGroups) {
                                            "a<3", "<1b", "<2(", ")<1 ", "a)<2"};
   for (int round = 0; round < 12000 && !testing::Test::HasFailure(); ++round) {
     compare(classes, generate.anyOf(words, 7), generate.anyOf(pieces, 9), 1, round % 2 == 0);
+  }
+}
+
+TEST(HitSearchOracle, AgreesOnRowsOfLikeWords) {
+  Generator generate(20260106);
+  const WordClasses classes = makeClasses("abc", "-");
+  const std::vector<std::string> rows = {"a ",      "b ",        "c ",      "a a a a a ",
+                                         "ab ab ab ", "aaa ",    "a-a a-a ", "bb bb bb bb "};
+  const std::vector<std::string> pieces = {"a<2 ", "a*<1 ", "b<3 ", "a<1 ", "*<2 ", "c ", "(a<1 b)<2 "};
+  for (int round = 0; round < 3000 && !testing::Test::HasFailure(); ++round) {
+    compare(classes, generate.anyOf(rows, 9), generate.anyOf(pieces, 5) + "c", 1, true);
   }
 }
 
