@@ -79,8 +79,9 @@ inline void feed(const char* name, const uint8_t* data, size_t size) {
   for (size_t begin = 0; begin < size; begin += blockBytes) {
     const size_t bytes = std::min(blockBytes, size - begin);
     const auto out = std::make_unique<char[]>(bytes + 1);
-    const unsigned long made = analyzer.stripBuffer(copy(begin, bytes).get(), bytes, out.get(),
-                                                    bytes + 1, lineWidth, option, begin == 0, &state);
+    const unsigned long made =
+        analyzer.stripBuffer(copy(begin, bytes).get(), bytes, out.get(), bytes + 1, lineWidth,
+                             option, begin == 0, &state);
     if (std::strlen(out.get()) != made) std::abort();
   }
 }

@@ -20,8 +20,8 @@ class HitSearch {
   const std::string& query() const { return query_.text(); }
 
   // The first hit whose word is among the first maxWords + 1 words from start on (0: no bound).
-  // start may lie inside a word: what is left of the word counts as one. Result: the text's end when
-  // there is none.
+  // start may lie inside a word: what is left of the word counts as one. Result: the text's end
+  // when there is none.
   const char* forwards(const char* start, int maxWords);
 
   // The last hit whose word begins before start. Result: null when there is none; the text's end

@@ -22,7 +22,7 @@ TEST_F(Rtf, IndexesWordsAcrossControls) {
       {"a\\~b ", "a b "},
       {"a\\{b ", "a b "},
       {"a\\\\b c ", "ac "},  // the second backslash begins a control word
-      {"a\\'zzb ", "ab "},  // 0, which goes as in text of 16-bit units
+      {"a\\'zzb ", "ab "},   // 0, which goes as in text of 16-bit units
       {"a\\'4zb ", "a b "},
       {"{\\fonttbl Arial;} x ", "arial x "},
       {"ab\\", ""},
@@ -82,7 +82,7 @@ TEST_F(Rtf, ShowsTheTextAlone) {
       {"{\\do x}{\\doc y}a b", "ya\nb"},
       {"{\\listtext 1.}{\\stylesheet x}{\\object y}a b", "a\nb"},
       {"{\\*\\generator X;}a b", "a\nb"},
-      {"{\\pict \\{ }a b", "a\nb"},   // an escaped opening brace does not count
+      {"{\\pict \\{ }a b", "a\nb"},    // an escaped opening brace does not count
       {"{\\pict \\} x}a b", "xa\nb"},  // an escaped closing one does
       {"a\\{b\\}c\\\\d e", "a\\b\\c\\d\ne"},
       {"a\\~b c", "a ~b\nc"},
