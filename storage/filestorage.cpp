@@ -44,9 +44,9 @@ unsigned long CFileStorage::addFile(const char* name) {
   const auto bucket = static_cast<uint32_t>(getHash(name));
   const uint32_t tail = tailOf(bucket);
   const uint32_t id = static_cast<uint32_t>(getNewSpace(length + 1 + kPrefixBytes)) + kPrefixBytes;
-  std::memcpy(getPointer(id), name, length + 1);
+  std::memcpy(at(id), name, length + 1);
   if (tail) {
-    storeU32(static_cast<char*>(getPointer(tail)) - kToNext, id);
+    storeU32(at(tail - kToNext), id);
   } else {
     buckets_[bucket] = id;
   }
@@ -79,9 +79,8 @@ uint32_t CFileStorage::tailOf(uint32_t bucket) {
 }
 
 bool CFileStorage::matches(uint32_t id, const char* name, uint32_t parent) const {
-  const auto* stored = static_cast<const char*>(getPointer(id));
-  if (loadU32(stored - kToInfo) != parent) return false;
-  const TextOrder order = compareStored(stored, bytesFrom(id), name, !exactNames_);
+  if (loadU32(at(id - kToInfo)) != parent) return false;
+  const TextOrder order = compareStored(at(id), bytesFrom(id), name, !exactNames_);
   if (order == TextOrder::kUnterminated) throwVeskaError("AssertionFailed", {});
   return order == TextOrder::kEqual;
 }
@@ -93,7 +92,7 @@ uint32_t CFileStorage::checkedLink(uint32_t from, uint32_t to) const {
 }
 
 uint32_t CFileStorage::nextOf(uint32_t id) const {
-  return loadU32(static_cast<const char*>(getPointer(id)) - kToNext);
+  return loadU32(at(id - kToNext));
 }
 
 unsigned long CFileStorage::getHash(const char* name) const {
@@ -110,10 +109,10 @@ unsigned long CFileStorage::getNext(unsigned long id) const {
 }
 
 void* CFileStorage::getData(unsigned long id) const {
-  const auto at = static_cast<uint32_t>(id);
-  if (at < kFirstId || !getPointer(at)) return nullptr;
-  names_->watch(at);
-  return static_cast<char*>(getPointer(at)) - kToInfo;
+  const auto record = static_cast<uint32_t>(id);
+  if (record < kFirstId || !getPointer(record)) return nullptr;
+  names_->watch(record);
+  return at(record - kToInfo);
 }
 
 char* CFileStorage::getText(unsigned long id) const {
@@ -125,25 +124,26 @@ char* CFileStorage::getText(unsigned long id) const {
 }
 
 FileInfo CFileStorage::info(uint32_t id) const {
-  const char* at = static_cast<const char*>(getPointer(id)) - kToInfo;
-  return {loadU32(at), static_cast<int32_t>(loadU32(at + 4)), loadU32(at + 8), loadU32(at + 12)};
+  const char* fields = at(id - kToInfo);
+  return {loadU32(fields), static_cast<int32_t>(loadU32(fields + 4)), loadU32(fields + 8),
+          loadU32(fields + 12)};
 }
 
 void CFileStorage::setInfo(uint32_t id, const FileInfo& info) {
   requireWritable(0);
-  char* at = static_cast<char*>(getPointer(id)) - kToInfo;
-  const bool moved = loadU32(at) != info.parent;
+  char* fields = at(id - kToInfo);
+  const bool moved = loadU32(fields) != info.parent;
   const uint32_t bucket = moved ? names_->bucketOf(id) : 0;
-  storeU32(at, info.parent);
-  storeU32(at + 4, static_cast<uint32_t>(info.time));
-  storeU32(at + 8, info.size);
-  storeU32(at + 12, info.attributes);
+  storeU32(fields, info.parent);
+  storeU32(fields + 4, static_cast<uint32_t>(info.time));
+  storeU32(fields + 8, info.size);
+  storeU32(fields + 12, info.attributes);
   if (moved) names_->changed(id, bucket);
 }
 
 void CFileStorage::markObsolete(uint32_t id) {
   requireWritable(0);
-  auto* name = static_cast<char*>(getPointer(id));
+  char* name = at(id);
   if (*name == 0) return;
   const uint32_t bucket = names_->bucketOf(id);
   *name = static_cast<char>(kObsoleteMark);
@@ -151,7 +151,7 @@ void CFileStorage::markObsolete(uint32_t id) {
 }
 
 bool CFileStorage::isObsolete(uint32_t id) const {
-  return static_cast<unsigned char>(*static_cast<const char*>(getPointer(id))) == kObsoleteMark;
+  return static_cast<unsigned char>(*at(id)) == kObsoleteMark;
 }
 
 bool CFileStorage::store(FILE* stream) const {

@@ -44,7 +44,7 @@ unsigned long CTextStorage::addText(const char* text, uint32_t hash) {
   const auto start = static_cast<uint32_t>(getNewSpace(length + 1 + prefixSize_));
   ++entryCount_;
   const uint32_t id = start + prefixSize_;
-  std::memcpy(getPointer(id), text, length + 1);
+  std::memcpy(at(id), text, length + 1);
   chain(id, hash);
   return id;
 }
@@ -54,8 +54,7 @@ unsigned long CTextStorage::lookup(const char* text, uint32_t hash) const {
   uint32_t id = buckets_[hash % bucketCount_];
   for (uint32_t from = 0; id != 0; from = id, id = loadU32(nextField(id))) {
     id = checkedLink(from, id);
-    const auto* stored = static_cast<const char*>(getPointer(id));
-    const TextOrder order = compareStored(stored, bytesFrom(id), text, true);
+    const TextOrder order = compareStored(at(id), bytesFrom(id), text, true);
     if (order == TextOrder::kEqual) return id;
     if (order == TextOrder::kUnterminated) throwVeskaError("AssertionFailed", {});
   }
@@ -101,7 +100,7 @@ uint32_t CTextStorage::checkedLink(uint32_t from, uint32_t to) const {
 }
 
 char* CTextStorage::nextField(uint32_t id) const {
-  return static_cast<char*>(getPointer(id)) - prefixSize_;
+  return at(id - prefixSize_);
 }
 
 unsigned long CTextStorage::getFirst() const {
@@ -125,9 +124,9 @@ char* CTextStorage::getText(unsigned long id) const {
 }
 
 void* CTextStorage::getData(unsigned long id) const {
-  const auto at = static_cast<uint32_t>(id);
-  if (at < kHeaderBytes + prefixSize_ || !getPointer(at)) return nullptr;
-  return nextField(at) + kLinkBytes;
+  const auto text = static_cast<uint32_t>(id);
+  if (text < kHeaderBytes + prefixSize_ || !getPointer(text)) return nullptr;
+  return nextField(text) + kLinkBytes;
 }
 
 bool CTextStorage::store(FILE* stream) const {

@@ -59,22 +59,37 @@ static void configure(CVeskaIndex* index) {
   vidxSetIncludePattern(index, 0, "*.txt", "generic");
 }
 
-/* The id of the only file that holds the word, with how often it occurs there; 0 for none. */
+/* The id of the only file that holds the word, with how often it occurs there; 0 for none. The file
+ * in which a word was last seen stands in the word's data; earlier ones would be in its chunks. */
 static unsigned long onlyFileWith(CVeskaIndex* index, const char* word, unsigned* occurrences) {
   CTextStorage* words = vidxGetWords(index);
   const unsigned long wordId = vtsLookup(words, word);
   if (wordId == 0) return 0;
   CHECK(strcmp(vtsGetText(words, wordId), word) == 0);
 
+  uint32_t lastFile, chunk;
+  uint16_t repeats;
+  const char* data = vtsGetData(words, wordId);
+  memcpy(&lastFile, data, sizeof lastFile);
+  memcpy(&repeats, data + 4, sizeof repeats);
+  memcpy(&chunk, data + 8, sizeof chunk);
+  CHECK(lastFile != 0 && chunk == 0);
+  *occurrences = repeats + 1u;
+  return lastFile;
+}
+
+/* Counts the files of a word that is in every document. */
+static unsigned countFiles(CVeskaIndex* index, const char* word) {
+  CTextStorage* words = vidxGetWords(index);
+  const unsigned long wordId = vtsLookup(words, word);
+  CHECK(wordId != 0);
   uint32_t chunk;
   memcpy(&chunk, (const char*)vtsGetData(words, wordId) + 8, sizeof chunk);
-  CHECK(chunk != 0);
   uint32_t cursor[2] = {chunk, 0};
-  const unsigned long fileId = vflGetFile(vidxGetLinks(index), cursor);
-  *occurrences = cursor[1] + 1;
-  CHECK(vflGetFile(vidxGetLinks(index), cursor) == 0);
+  unsigned files = 1;
+  while (vflGetFile(vidxGetLinks(index), cursor) != 0) ++files;
   CHECK(vflGetNextList(vidxGetLinks(index), cursor[0]) == 0);
-  return fileId;
+  return files;
 }
 
 static void checkAnswers(CVeskaIndex* index, const char* folder) {
@@ -82,6 +97,7 @@ static void checkAnswers(CVeskaIndex* index, const char* folder) {
   const unsigned long file = onlyFileWith(index, "marmalade", &occurrences);
   CHECK(file != 0 && occurrences == 3);
   CHECK(onlyFileWith(index, "elephant", &occurrences) == 0);
+  CHECK(countFiles(index, "more") == 2);
 
   CFileStorage* files = vidxGetFiles(index);
   void* record = vfsGetInfo(files, file);
@@ -93,14 +109,16 @@ static void checkAnswers(CVeskaIndex* index, const char* folder) {
 
 int main(void) {
   const char* temp = getenv("TMPDIR");
-  char base[512], documents[600], document[700], indexPath[600];
+  char base[512], documents[600], document[700], other[700], indexPath[600];
   snprintf(base, sizeof base, "%s/veska-chost-XXXXXX", temp != NULL ? temp : "/tmp");
   CHECK(mkdtemp(base) != NULL);
   snprintf(documents, sizeof documents, "%s/documents", base);
   snprintf(document, sizeof document, "%s/jars.txt", documents);
+  snprintf(other, sizeof other, "%s/pots.txt", documents);
   snprintf(indexPath, sizeof indexPath, "%s/index/", base);
   CHECK(mkdir(documents, 0700) == 0 && mkdir(indexPath, 0700) == 0);
   writeText(document, "Marmalade, more marmalade, and no end of MARMALADE.\n");
+  writeText(other, "Some more honey.\n");
 
   vSetThrowCallBack(onError);
   vSetWarningCallBack(onError);
@@ -119,7 +137,7 @@ int main(void) {
   CHECK(top != 0);
   vidxIndexDirectory(index, documents, top);
   vidxCompressLinks(index);
-  CHECK(vidxGetContentsIndexed(index) == 1);
+  CHECK(vidxGetContentsIndexed(index) == 2);
   checkAnswers(index, documents);
   vidxStoreStorage(index, indexPath);
   vidxClearIndex(index);
@@ -132,7 +150,7 @@ int main(void) {
   CHECK(statusCount > 1);
 
   static const char* const left[] = {"index/files", "index/words", "index/skipped",
-                                     "index/links", "index/hash",  "documents/jars.txt",
+                                     "index/links", "index/hash",  "documents/jars.txt", "documents/pots.txt",
                                      "index",       "documents",   ""};
   for (size_t i = 0; i < sizeof left / sizeof left[0]; ++i) {
     char path[700];
