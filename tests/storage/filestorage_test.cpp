@@ -186,7 +186,7 @@ TEST_P(FileStorageOracle, AgreesWithAWalkOfTheChain) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Names, FileStorageOracle, testing::Values(false, true),
-                         [](const auto& info) { return info.param ? "Exact" : "Folded"; });
+                         [](const auto& kind) { return kind.param ? "Exact" : "Folded"; });
 
 TEST_F(FileStorage, UnsoundBlocksAndChainsAreRefused) {
   {
