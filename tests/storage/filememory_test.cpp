@@ -77,10 +77,6 @@ TEST_F(FileMemory, NewTableReplacesAFileByZerosAndReopensAsItWasLeft) {
   std::string expected = bytesOf(100) + bytesOf(19) + bytesOf(100) + bytesOf(400) + "abc";
   expected.resize(100);
   EXPECT_EQ(readFile(file()), expected);
-  struct stat status {};
-  ASSERT_EQ(stat(file().c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777, 0600U);
-
   CFileMemory again(file());
   EXPECT_EQ(again.usedBytes(), 19U);
   EXPECT_EQ(again.fileBytes(), 100U);
@@ -118,6 +114,9 @@ TEST_F(FileMemory, EmptyObjectAnswersInsteadOfFailing) {
   EXPECT_EQ(missing.fileBytes(), 0U);
 
   CFileMemory cleared(file(), 100, 400);
+  struct stat status {};
+  ASSERT_EQ(stat(file().c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0600U) << "for the owner alone";
   EXPECT_EQ(cleared.getStoragePath(), file());
   cleared.clearAll();
   EXPECT_EQ(cleared.getStoragePath(), ".");
