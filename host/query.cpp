@@ -110,7 +110,7 @@ class Parser {
   std::vector<Operator> operators_;
   std::vector<bool> empty_;  // one for each operand that waits for its operator
   size_t wordCount_ = 0;
-  size_t firstNot_ = 0;
+  size_t firstNot_ = std::string_view::npos;
   Query query_;
   QueryError error_;
 };
@@ -312,7 +312,7 @@ void Parser::finish(const Token& end) {
 }
 
 void Parser::push(TokenKind kind, size_t at) {
-  if (kind == TokenKind::kNot && firstNot_ == 0) firstNot_ = at;
+  if (kind == TokenKind::kNot && firstNot_ == std::string_view::npos) firstNot_ = at;
   operators_.push_back({kind, at});
   if (operators_.size() > kMaxQueryDepth) {
     error(fmt::format("the query is nested deeper than {} levels", kMaxQueryDepth), at);
