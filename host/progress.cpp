@@ -24,7 +24,7 @@ bool isControl(char32_t code) { return code < 0x20 || (code >= 0x7F && code < 0x
 
 std::string grouped(uint64_t number) {
   std::string digits = std::to_string(number);
-  for (size_t at = digits.size(); at > 3; at -= 3) digits.insert(at - 3, ",");
+  for (size_t at = digits.size(); at > 3; at -= 3) digits.insert(at - 3, 1, ',');
   return digits;
 }
 
