@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -128,6 +129,7 @@ int runCommand(const CommandEntry& entry, Invocation line) {
   app.add_option("--home", line.home, "Folder of settings and index")->type_name("DIR");
   app.add_flag("-q,--quiet", line.quiet, "No progress, no remarks");
   command->addOptions(app);
+  command->prepare(line.rest);
   std::vector<std::string> arguments(line.rest.rbegin(), line.rest.rend());
   try {
     app.parse(arguments);
@@ -166,9 +168,14 @@ int runLine(Invocation line) {
   return runCommand(entry, std::move(line));
 }
 
+// The remedy of a query that makes no sense has a second line: a mark under the place.
 void tell(std::string_view sentence, std::string_view remedy) {
   remark("veska: " + std::string(sentence));
-  if (!remedy.empty()) remark("       " + std::string(remedy));
+  while (!remedy.empty()) {
+    const std::string_view line = remedy.substr(0, remedy.find('\n'));
+    remark("       " + std::string(line));
+    remedy.remove_prefix(std::min(remedy.size(), line.size() + 1));
+  }
 }
 
 int guarded(int count, char** arguments) {

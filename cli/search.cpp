@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/commands.h"
+#include "cli/queryline.h"
 #include "cli/terminal.h"
 #include "host/catalog.h"
 #include "host/encoding.h"
@@ -64,6 +65,9 @@ Json toJson(const Snippet& snippet) {
 class SearchCommand : public Command {
  public:
   void addOptions(CLI::App& app) override;
+  void prepare(std::vector<std::string>& arguments) const override {
+    protectExclusions(arguments, "l0qh", "n");
+  }
   int run(const Context& context) override;
 
  private:
@@ -129,18 +133,10 @@ SearchOptions SearchCommand::searchOptions() const {
 }
 
 int SearchCommand::run(const Context& context) {
-  std::string text;
-  for (const std::string& word : words_) text += (text.empty() ? "" : " ") + word;
+  const std::string text = joinQuery(words_);
   const SearchOptions options = searchOptions();
   Catalog catalog(context.home);
-  const QueryResult parsed = parseQuery(
-      text, [&catalog](const std::string& word) { return catalog.whyNotIndexed(word); });
-  if (!parsed.query) {
-    const std::string explained = "veska: " + explain(parsed.error, text) + "\n";
-    std::fwrite(explained.data(), 1, explained.size(), stderr);
-    return kExitError;
-  }
-  const Query& query = *parsed.query;
+  const Query query = parseQueryLine(text, &catalog);
   Search search(catalog.reader(), query, catalog.corpus());
   const SearchResult result =
       search.run(options, [&catalog](FileId file, const auto& use) {
@@ -178,13 +174,17 @@ void SearchCommand::printResults(Catalog& catalog, const Query& query,
   const bool terminal = isTerminal(STDOUT_FILENO);
   const Palette palette(useColour(colour_));
   const HitFinder finder(catalog.reader(), query);
+  bool hadLines = false;
   for (size_t i = 0; i < result.found.size(); ++i) {
     const Ranked& file = result.found[i];
     const std::string path = printableName(catalog.reader().path(file.file), terminal);
-    std::string out = i == 0 ? "" : lines_ > 0 ? "\n" : "";
+    const std::vector<Snippet> lines = snippets(catalog, finder, file.file);
+    // An empty line sets those apart that have lines of their own.
+    std::string out = i > 0 && (hadLines || !lines.empty()) ? "\n" : "";
+    hadLines = !lines.empty();
     out += fmt::format("{}{}{}  {}{:.2f}{}\n", palette.path, path, palette.reset, palette.dim,
                        file.score, palette.reset);
-    for (const Snippet& snippet : snippets(catalog, finder, file.file)) {
+    for (const Snippet& snippet : lines) {
       out += fmt::format("  {}{}{}: ", palette.lineNumber, snippet.line, palette.reset);
       appendMarked(out, snippet.text, snippet.hits, palette);
       out += '\n';

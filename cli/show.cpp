@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 
 #include "cli/commands.h"
+#include "cli/queryline.h"
 #include "cli/terminal.h"
 #include "host/catalog.h"
 #include "host/encoding.h"
@@ -127,6 +128,9 @@ void TextPrinter::appendText(std::string_view text, size_t begin, size_t end) {
 class ShowCommand : public Command {
  public:
   void addOptions(CLI::App& app) override;
+  void prepare(std::vector<std::string>& arguments) const override {
+    protectExclusions(arguments, "oNqh", "w");
+  }
   int run(const Context& context) override;
 
  private:
@@ -174,18 +178,9 @@ int ShowCommand::run(const Context& context) {
   if (outline_ && words_.empty()) {
     fail("an outline is made of the lines that hold hits", "add a query behind the file");
   }
-  std::string text;
-  for (const std::string& word : words_) text += (text.empty() ? "" : " ") + word;
   Catalog catalog(context.home);
-  QueryResult parsed;
-  if (!words_.empty()) {
-    parsed = parseQuery(text);
-    if (!parsed.query) {
-      const std::string explained = "veska: " + explain(parsed.error, text) + "\n";
-      std::fwrite(explained.data(), 1, explained.size(), stderr);
-      return kExitError;
-    }
-  }
+  std::optional<Query> query;
+  if (!words_.empty()) query = parseQueryLine(joinQuery(words_), nullptr);
   const FileId file = resolve(catalog);
   const std::string reader = readerOf(catalog, catalog.reader().path(file));
   if (reader == "zip" || reader == "tar") {
@@ -193,7 +188,7 @@ int ShowCommand::run(const Context& context) {
     if (!members.empty()) return listMembers(catalog, members);
   }
   std::optional<HitFinder> finder;
-  if (parsed.query) finder.emplace(catalog.reader(), *parsed.query);
+  if (query) finder.emplace(catalog.reader(), *query);
   return showText(catalog, file, finder ? &*finder : nullptr, context.quiet);
 }
 

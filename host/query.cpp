@@ -565,7 +565,7 @@ std::string explain(const QueryError& error, std::string_view text) {
   }
   const size_t column = characterCount(toUtf8(text.substr(begin, at - begin)));
   const std::string_view cut = begin > 0 ? "..." : "";
-  return fmt::format("{}\n  {}{}{}\n  {:>{}}", error.message, cut, excerpt,
+  return fmt::format("{}\n{}{}{}\n{:>{}}", error.message, cut, excerpt,
                      end < text.size() ? "..." : "", '^', cut.size() + column + 1);
 }
 

@@ -151,7 +151,7 @@ TEST(Query, ErrorsPointAtThePlace) {
     EXPECT_THAT(result.error.message, HasSubstr(c.message)) << c.text;
     EXPECT_EQ(result.error.at, c.at) << c.text;
   }
-  EXPECT_EQ(explain({"wrong", 5}, "caf\xC3\xA9 dog"), "wrong\n  caf\xC3\xA9 dog\n      ^");
+  EXPECT_EQ(explain({"wrong", 5}, "caf\xC3\xA9 dog"), "wrong\ncaf\xC3\xA9 dog\n    ^");
 }
 
 TEST(Query, HostileQueriesEndWithAClearMessage) {
