@@ -42,6 +42,10 @@ void remarkOn(const RunResult& result) {
                            ? "1 file was"
                            : grouped(result.state.problemCount) + " files were"));
   }
+  for (const std::string& reader : result.unknownReaders) {
+    remark("veska: there is no reader named \"" + reader +
+           "\", as veska.toml has it; its files are known by name only");
+  }
   if (result.settingsDiffer) {
     remark("veska: the settings have changed since the files were read;"
            " to apply them to all files: veska rebuild");

@@ -208,7 +208,7 @@ void Indexer::build(NewGeneration& next) {
   Session session = base_ ? Session::open(next.path(), std::move(hooks))
                           : Session::create(next.path(), std::move(hooks));
   index = session.index();
-  session.applySettings(settings_, scratch_);
+  result_.unknownReaders = session.applySettings(settings_, scratch_);
   session.prepareRun(earlier_, result_.state.referenceTime, base_.has_value());
   for (const std::string& root : changes_.missingRoots) vidxKeepTree(index, root.c_str());
   if (base_) {
