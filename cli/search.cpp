@@ -243,7 +243,7 @@ void SearchCommand::printJson(Catalog& catalog, const std::string& text, const Q
   object["total_is_lower_bound"] = result.totalIsLowerBound;
   object["results"] = std::move(results);
   object["notes"] = remarks(query, result);
-  writeOut(object.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+  writeOut(object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 
 std::vector<std::string> SearchCommand::remarks(const Query& query,
