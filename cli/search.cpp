@@ -29,7 +29,6 @@ constexpr size_t kUsualLimit = 20;
 constexpr const char* kExamples =
     "QUERY: words (all of them), a OR b, -word, (groups), wild*cards, \"a phrase\", a NEAR/5 b\n"
     "Examples:\n"
-    "  veska search linux kernel\n"
     "  veska search 'tax* -draft' --dir ~/Documents --newer 1y\n"
     "  veska search '\"free software\"' --name '*.txt'\n"
     "  veska search -0 invoice | xargs -0 ls -l";
@@ -95,7 +94,7 @@ class SearchCommand : public Command {
 };
 
 void SearchCommand::addOptions(CLI::App& app) {
-  app.add_option("query", words_, "What to look for")->required()->type_name("QUERY...");
+  app.add_option("QUERY", words_, "What to look for")->required()->group("");
   app.add_flag("-l,--files", filesOnly_, "Print the paths only, of all files found");
   app.add_flag("-0,--null", null_, "Paths only, raw, each ended by a zero byte");
   app.add_flag("--json", json_, "Print one JSON object");
@@ -112,9 +111,9 @@ void SearchCommand::addOptions(CLI::App& app) {
   app.add_option("--older", older_, "Written before DATE")->type_name("DATE");
   app.add_option("--check", mostChecked_, "Texts looked into for phrases and NEAR (default 2000)")
       ->type_name("N");
-  app.add_option("--color", colour_, "Colours: auto, always, never")
+  app.add_option("--color", colour_, "Colours: auto (default), always, never")
       ->type_name("WHEN")
-      ->check(CLI::IsMember({"auto", "always", "never"}));
+      ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
   app.footer(kExamples);
 }
 

@@ -152,23 +152,25 @@ class ShowCommand : public Command {
 };
 
 void ShowCommand::addOptions(CLI::App& app) {
-  app.add_option("file", file_, "A path, an archive member as search prints it, or a record number")
+  app.add_option("FILE", file_, "A path, an archive member, or a record number")
       ->required()
-      ->type_name("FILE");
-  app.add_option("query", words_, "Marks its hits; as for search")->type_name("QUERY...");
+      ->group("");
+  app.add_option("QUERY", words_, "Marks its hits")->group("");
   app.add_flag("-o,--outline", outline_, "Only the lines that hold hits");
   app.add_flag("-N,--line-numbers", lineNumbers_, "A number before each line");
   app.add_option("-w,--width", width_, "Wrap lines at N characters (default: not)")
       ->type_name("N")
-      ->check(CLI::Range(0, 10000));
+      ->check(CLI::Range(0, 10000).description(""));
   app.add_option("--max-bytes", maxBytes_, "Stop after N bytes (default: the read limit)")
       ->type_name("N");
   app.add_flag("--raw", raw_, "Keep mark-up, and bytes as they are when stdout is no terminal");
   app.add_flag("--no-pager", noPager_, "Straight to the terminal");
-  app.add_option("--color", colour_, "Colours: auto, always, never")
+  app.add_option("--color", colour_, "Colours: auto (default), always, never")
       ->type_name("WHEN")
-      ->check(CLI::IsMember({"auto", "always", "never"}));
+      ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
   app.footer(
+      "FILE: a path, an archive member as search prints it, or a record number.\n"
+      "QUERY: as for search; its hits are marked.\n"
       "Examples:\n"
       "  veska show ~/Documents/letter.txt\n"
       "  veska show ~/mail.zip/inbox/note.txt invoice --outline --line-numbers");

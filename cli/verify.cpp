@@ -21,7 +21,9 @@ class VerifyCommand : public Command {
 void VerifyCommand::addOptions(CLI::App& app) {
   app.footer(
       "Compares each table with its checksum, then follows all that refers from one to another.\n"
-      "Exit status: 0 sound, 2 damaged.");
+      "Exit status: 0 sound, 2 damaged.\n"
+      "Example:\n"
+      "  veska verify || veska rebuild");
 }
 
 int VerifyCommand::run(const Context& context) {

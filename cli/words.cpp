@@ -36,11 +36,12 @@ class WordsCommand : public Command {
 };
 
 void WordsCommand::addOptions(CLI::App& app) {
-  app.add_option("pattern", patterns_, "Words with * and ?; all words when there is none")
-      ->type_name("PATTERN...");
+  app.add_option("PATTERN", patterns_, "Words with * and ?; all words when there is none")
+      ->group("");
   app.add_flag("-f,--by-files", byFiles_, "Those in most files first, not by the alphabet");
   app.add_option("-n,--limit", limit_, "Words at most; 0: all (default)")->type_name("N");
   app.footer(
+      "PATTERN: words with * and ?; without one, all words.\n"
       "Each line: the number of files, a tab, the word.\n"
       "Examples:\n"
       "  veska words 'wom?n*'\n"
