@@ -1,5 +1,5 @@
-// How a command of the program is declared. main.cpp has the table of all commands; each lies in the
-// source of its own name and gives a function that makes it.
+// How a command of the program is declared. main.cpp has the table of all commands; each lies in
+// the source of its own name and gives a function that makes it.
 #pragma once
 
 #include <memory>

@@ -1,5 +1,5 @@
-// The program: finds the command that the line names, lets it read its options, runs it, and tells of
-// what went wrong. This is the edge where failures end.
+// The program: finds the command that the line names, lets it read its options, runs it, and tells
+// of what went wrong. This is the edge where failures end.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -191,7 +191,8 @@ int guarded(int count, char** arguments) {
   } catch (const std::exception& error) {
     tell("something unforeseen went wrong: " + std::string(error.what()), "");
   } catch (int) {
-    tell("the index is damaged", "see what is wrong with: veska verify; repair with: veska rebuild");
+    tell("the index is damaged",
+         "see what is wrong with: veska verify; repair with: veska rebuild");
   }
   return kExitError;
 }

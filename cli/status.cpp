@@ -74,8 +74,7 @@ class StatusCommand : public Command {
     std::string text;
     for (const std::string& root : state.roots) {
       text += (text.empty() ? "folders    " : "           ") + printableName(root, terminal) +
-              (isUnseen(root) ? "  (missing or empty now)" : "") +
-              "\n";
+              (isUnseen(root) ? "  (missing or empty now)" : "") + "\n";
     }
     text += fmt::format("files      {} in {} folders\n", grouped(state.liveFiles),
                         grouped(state.liveFolders));
@@ -91,9 +90,10 @@ class StatusCommand : public Command {
     }
     const uint64_t live = state.liveFiles + state.liveFolders;
     if (state.obsoleteRecords > live && state.obsoleteRecords > 1000) {
-      text += fmt::format("stale      {} entries of changed and removed files"
-                          " (`veska rebuild` gives back their room)\n",
-                          grouped(state.obsoleteRecords));
+      text += fmt::format(
+          "stale      {} entries of changed and removed files"
+          " (`veska rebuild` gives back their room)\n",
+          grouped(state.obsoleteRecords));
     }
     writeOut(text);
   }

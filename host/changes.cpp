@@ -138,8 +138,8 @@ bool ChangeFinder::differs(const Record& record, const std::string& path) const 
     // Times have whole seconds here: what was written in the second in which the run began, or
     // later, may have come after the folder was read.
     // And a folder that could not be read may have been opened since, which leaves its time alone.
-    const bool isSure = recordTime(info) == record.time &&
-                        info.st_mtime < state_.referenceTime && !problems_.contains(path);
+    const bool isSure = recordTime(info) == record.time && info.st_mtime < state_.referenceTime &&
+                        !problems_.contains(path);
     return !isSure && folderHasNews(path, record.id);
   }
   if (!S_ISREG(info.st_mode)) return true;

@@ -6,7 +6,8 @@
 namespace veska {
 namespace {
 
-constexpr std::string_view kRebuild = "see what is wrong with: veska verify; repair with: veska rebuild";
+constexpr std::string_view kRebuild =
+    "see what is wrong with: veska verify; repair with: veska rebuild";
 constexpr std::string_view kMakeRoom = "make room on the disk and run the command again";
 
 // "%" in a sentence stands for the report's detail.
@@ -52,9 +53,11 @@ constexpr struct {
     {"FolderUnreadable", {"is a folder that cannot be read", "check its rights"}},
     {"PathTooLong", {"has a path that is too long", "move it nearer to the top"}},
     {"MemberFailed", {"cannot be taken out of its archive", "try to unpack it by hand"}},
-    {"LimitReached", {"is larger than a limit allows, and was read in part",
-                      "raise the limit in veska.toml if you trust it"}},
-    {"ConverterFailed", {"could not be converted", "try its command in externanalyzers.txt by hand"}},
+    {"LimitReached",
+     {"is larger than a limit allows, and was read in part",
+      "raise the limit in veska.toml if you trust it"}},
+    {"ConverterFailed",
+     {"could not be converted", "try its command in externanalyzers.txt by hand"}},
     {"PasswordNeeded", {"is locked by a password", "save a copy without one"}},
     {"Damaged", {"is damaged, and was read in part", "get an intact copy"}},
 };

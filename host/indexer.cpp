@@ -1,7 +1,7 @@
-// The run works on a copy of the index in force and replaces that only at its end, so whatever stops
-// it does no harm. Ctrl-C is no failure: what was read until then is sorted, saved and put in force,
-// and the next run goes on from there. Only a halted rebuild is thrown away, since the index that it
-// would replace knows more.
+// The run works on a copy of the index in force and replaces that only at its end, so whatever
+// stops it does no harm. Ctrl-C is no failure: what was read until then is sorted, saved and put in
+// force, and the next run goes on from there. Only a halted rebuild is thrown away, since the index
+// that it would replace knows more.
 #include "host/indexer.h"
 
 #include <sys/random.h>

@@ -1,6 +1,6 @@
 // The engine speaks through callbacks of the process, which carry no context. One Session is active
-// at a time; its hooks are found through a pointer of this file, and the last report waits here until
-// somebody asks for it.
+// at a time; its hooks are found through a pointer of this file, and the last report waits here
+// until somebody asks for it.
 #include "host/session.h"
 
 #include <algorithm>
