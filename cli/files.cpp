@@ -1,15 +1,14 @@
 // veska files: the files and archive members of the index.
+#include <fmt/chrono.h>
+#include <fmt/format.h>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <ctime>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <CLI/CLI.hpp>
-#include <fmt/chrono.h>
-#include <fmt/format.h>
 
 #include "cli/commands.h"
 #include "cli/terminal.h"

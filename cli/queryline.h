@@ -10,10 +10,10 @@
 
 namespace veska {
 
-// Lets -word be an argument rather than options -w -o -r -d: what begins with one hyphen and is longer
-// than an option of one letter is marked by a blank before it. flags: the letters of the command's
-// options without a value, which may stand together (-l0); valued: those with a value, which may be
-// followed by a number (-n5). What follows "--" stays.
+// Lets -word be an argument rather than options -w -o -r -d: what begins with one hyphen and is
+// longer than an option of one letter is marked by a blank before it. flags: the letters of the
+// command's options without a value, which may stand together (-l0); valued: those with a value,
+// which may be followed by a number (-n5). What follows "--" stays.
 void protectExclusions(std::vector<std::string>& arguments, std::string_view flags,
                        std::string_view valued);
 

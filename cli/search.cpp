@@ -1,12 +1,13 @@
 // veska search: the files that match a query, best first, with the lines that show why.
-#include <unistd.h>
+#include "host/search.h"
 
-#include <algorithm>
-#include <ctime>
-
-#include <CLI/CLI.hpp>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <ctime>
 #include <nlohmann/json.hpp>
 
 #include "cli/commands.h"
@@ -17,7 +18,6 @@
 #include "host/errors.h"
 #include "host/hits.h"
 #include "host/query.h"
-#include "host/search.h"
 #include "host/snippets.h"
 
 namespace veska {
@@ -98,8 +98,8 @@ void SearchCommand::addOptions(CLI::App& app) {
   app.add_flag("-l,--files", filesOnly_, "Print the paths only, of all files found");
   app.add_flag("-0,--null", null_, "Paths only, raw, each ended by a zero byte");
   app.add_flag("--json", json_, "Print one JSON object");
-  limitOption_ = app.add_option("-n,--limit", limit_, "Results at most; 0: all (default 20)")
-                     ->type_name("N");
+  limitOption_ =
+      app.add_option("-n,--limit", limit_, "Results at most; 0: all (default 20)")->type_name("N");
   app.add_option("--lines", lines_, "Lines shown of each file (default 3)")->type_name("N");
   app.add_option("--dir", folders_, "Only below this folder; may be repeated")
       ->type_name("PATH")
@@ -137,10 +137,8 @@ int SearchCommand::run(const Context& context) {
   Catalog catalog(context.home);
   const Query query = parseQueryLine(text, &catalog);
   Search search(catalog.reader(), query, catalog.corpus());
-  const SearchResult result =
-      search.run(options, [&catalog](FileId file, const auto& use) {
-        return catalog.readText(file, use);
-      });
+  const SearchResult result = search.run(
+      options, [&catalog](FileId file, const auto& use) { return catalog.readText(file, use); });
   if (json_) {
     printJson(catalog, text, query, result);
   } else if (filesOnly_ || null_) {
@@ -249,18 +247,21 @@ std::vector<std::string> SearchCommand::remarks(const Query& query,
                                                 const SearchResult& result) const {
   std::vector<std::string> lines = query.notes;
   if (result.unreadable > 0) {
-    lines.push_back(fmt::format("{} files could not be read and were left out; after changes run: "
-                                "veska update",
-                                result.unreadable));
+    lines.push_back(
+        fmt::format("{} files could not be read and were left out; after changes run: "
+                    "veska update",
+                    result.unreadable));
   }
   if (result.boundReached) {
-    lines.push_back(fmt::format("only the best {} of {} files with these words were looked into; "
-                                "narrow the query, or raise --check",
-                                result.checked, result.candidates));
+    lines.push_back(
+        fmt::format("only the best {} of {} files with these words were looked into; "
+                    "narrow the query, or raise --check",
+                    result.checked, result.candidates));
   } else if (result.totalIsLowerBound) {
-    lines.push_back(fmt::format("the best {} files are shown, there may be more; show all with "
-                                "--limit 0",
-                                result.found.size()));
+    lines.push_back(
+        fmt::format("the best {} files are shown, there may be more; show all with "
+                    "--limit 0",
+                    result.found.size()));
   } else if (result.found.size() < result.total) {
     lines.push_back(fmt::format("{} of {} files shown; show all with --limit 0",
                                 result.found.size(), result.total));

@@ -1,13 +1,12 @@
 // veska show: the text of one file, with the hits of a query marked.
+#include <fmt/format.h>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <CLI/CLI.hpp>
-#include <fmt/format.h>
 
 #include "cli/commands.h"
 #include "cli/queryline.h"
@@ -114,8 +113,7 @@ void TextPrinter::appendText(std::string_view text, size_t begin, size_t end) {
     at = plain;
     if (at == end) break;
     const DecodedChar c = decodeUtf8(text.substr(0, end), at);
-    const char32_t code =
-        c.valid ? c.code : characterOf(static_cast<unsigned char>(text[at]));
+    const char32_t code = c.valid ? c.code : characterOf(static_cast<unsigned char>(text[at]));
     if (code == '\t') {
       out_ += '\t';
     } else if (code != '\r') {

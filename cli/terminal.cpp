@@ -1,6 +1,7 @@
 #include "cli/terminal.h"
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,8 +12,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-
-#include <fmt/format.h>
 
 #include "host/encoding.h"
 #include "host/errors.h"

@@ -1,11 +1,11 @@
 // veska words: the words of the index with the number of files that hold each.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
-
-#include <CLI/CLI.hpp>
-#include <fmt/format.h>
 
 #include "cli/commands.h"
 #include "cli/terminal.h"
@@ -80,10 +80,9 @@ std::vector<WordsCommand::Counted> WordsCommand::count(Reader& reader,
   }
   for (WordId word = reader.firstWord(); word != 0; word = reader.nextWord(word)) {
     const char* text = reader.wordText(word);
-    const bool wanted =
-        std::any_of(terms.begin(), terms.end(), [&](const std::string& term) {
-          return term == "*" || reader.matches(text, term);
-        });
+    const bool wanted = std::any_of(terms.begin(), terms.end(), [&](const std::string& term) {
+      return term == "*" || reader.matches(text, term);
+    });
     if (wanted) add(word);
   }
   return counted;

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <nlohmann/json.hpp>
 
 #include "tests/cli/program.h"
@@ -137,7 +138,20 @@ TEST_F(SearchProgram, BadQueriesAreExplained) {
   EXPECT_EQ(run({"search", std::string(100000, '(')}).status, 2);
 }
 
-TEST_F(SearchProgram, ShowsTextsOutlinesAndMembers) {
+TEST_F(SearchProgram, ShowsMembersOfArchivesAsSearchPrintsThem) {
+  write("pack/inner/note.txt", "needle in a haystack\n");
+  write("docs/other.txt", "hay\n");
+  const std::string tar = "tar -czf " + path("docs/all.tar.gz") + " -C " + path("pack") + " inner";
+  ASSERT_EQ(std::system(tar.c_str()), 0);
+  ASSERT_EQ(run({"-q", "index", "docs"}).status, 0);
+  const std::string member = out({"search", "-l", "needle"});
+  EXPECT_EQ(member, "DIR/docs/all.tar.gz/all.tar/inner/note.txt\n");
+  EXPECT_EQ(out({"show", "docs/all.tar.gz/all.tar/inner/note.txt"}), "needle in a haystack\n");
+  EXPECT_EQ(out({"show", "docs/all.tar.gz"}), member);
+  EXPECT_EQ(out({"files", "note*"}), member);
+}
+
+TEST_F(SearchProgram, ShowsTextsAndOutlines) {
   makeLibrary();
   EXPECT_EQ(out({"show", "docs/sub/free.txt"}),
             "Free beer. Software for all.\nThis is free software, really.\n");
@@ -159,7 +173,7 @@ TEST_F(SearchProgram, ShowsTextsOutlinesAndMembers) {
 
 TEST_F(SearchProgram, ListsWordsAndFiles) {
   makeLibrary();
-  EXPECT_EQ(out({"words", "c*"}), "2\tcat\n1\tcats\n1\tcaf\xC3\xA9\n");
+  EXPECT_EQ(out({"words", "c*"}), "1\tcaf\xC3\xA9\n2\tcat\n1\tcats\n");
   EXPECT_EQ(out({"words", "-f", "-n", "2", "d*", "cat"}), "2\tcat\n2\tdog\n");
   EXPECT_EQ(out({"words", "Dog"}), "2\tdog\n");
   EXPECT_EQ(run({"words", "nowhere"}), (Outcome{1, "", ""}));

@@ -25,8 +25,8 @@ TEST(Encoding, EveryByteOfTheCodePageComesBack) {
 
 TEST(Encoding, OnlyWellFormedUtf8IsUtf8) {
   EXPECT_TRUE(isUtf8("caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80"));
-  for (const char* bad : {"\x80", "\xC3", "\xC0\xAF", "\xE0\x80\xAF", "\xED\xA0\x80", "\xF4\x90\x80\x80",
-                          "\xF8\x88\x80\x80\x80", "\xE2\x82", "caf\xE9"}) {
+  for (const char* bad : {"\x80", "\xC3", "\xC0\xAF", "\xE0\x80\xAF", "\xED\xA0\x80",
+                          "\xF4\x90\x80\x80", "\xF8\x88\x80\x80\x80", "\xE2\x82", "caf\xE9"}) {
     EXPECT_FALSE(isUtf8(bad)) << bad;
   }
 }

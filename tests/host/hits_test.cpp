@@ -20,7 +20,8 @@ class Hits : public testing::Test {
     reader_ = std::make_unique<Reader>(files_.open());
   }
 
-  // The text with what is marked in brackets; "-" before it when the query's first leaf does not hold.
+  // The text with what is marked in brackets; "-" before it when the query's first leaf does not
+  // hold.
   std::string marked(const std::string& queryText, const std::string& text) {
     const QueryResult parsed = parseQuery(queryText);
     EXPECT_TRUE(parsed.query) << parsed.error.message;
@@ -30,7 +31,8 @@ class Hits : public testing::Test {
     size_t at = 0;
     for (const Mark& mark : finder.marks(hits)) {
       if (mark.begin < at) continue;
-      out += text.substr(at, mark.begin - at) + "[" + text.substr(mark.begin, mark.end - mark.begin) + "]";
+      out += text.substr(at, mark.begin - at) + "[" +
+             text.substr(mark.begin, mark.end - mark.begin) + "]";
       at = mark.end;
     }
     return out + text.substr(at);
@@ -57,7 +59,8 @@ TEST_F(Hits, HoldWhereTheLanguageSaysSo) {
       {"cat", "Cat, cats; CAT", "[Cat], cats; [CAT]"},
       {"c?t*", "cat cats dog", "[cat] [cats] dog"},
       {"\xC3\xA9t\xC3\xA9", "\xC9t\xE9 ete", "[\xC9t\xE9] ete"},
-      {"\"free software\"", "free. Software is free software", "[free]. [Software] is [free] [software]"},
+      {"\"free software\"", "free. Software is free software",
+       "[free]. [Software] is [free] [software]"},
       {"\"a a b\"", "a a a b a b", "a [a] [a] [b] a b"},
       {"\"a b\"", "b a c b", "-b a c b"},
       {"\"one * three\"", "one two three one three", "[one] [two] [three] one three"},

@@ -60,6 +60,7 @@ TEST(Query, OperatorsBindAsDocumented) {
       {"a1 -b1 OR c1", "a1 !b1 - & c1 |"},
       {"a1 -(b1 -c1)", "a1 !b1 c1 - & - &"},
       {"a1 --b1", "a1 !b1 - &"},
+      {"a1 -- b1", "a1 b1 &"},
       {"a1 NOT NOT b1", "a1 b1 - - &"},
       {"or and not near", "or and & not & near &"},
       {"((a1))", "a1"},
@@ -76,7 +77,9 @@ TEST(Query, WordsAreCutAndFoldedAsTheIndexDoes) {
       {"veska.toml", "veska_toml"},
       {"snake_case", "snake_case"},
       {"\"Free  Software\"", "free_software"},
-      {"\xE2\x80\x9C" "free software\xE2\x80\x9D", "free_software"},
+      {"\xE2\x80\x9C"
+       "free software\xE2\x80\x9D",
+       "free_software"},
       {"\"one\"", "one"},
       {"\"the cat\"", "the_cat"},
       {"a1 NEAR/5 b1", "a1~5~b1"},
@@ -90,9 +93,12 @@ TEST(Query, WordsAreCutAndFoldedAsTheIndexDoes) {
       {"caf\xC3\xA9", "caf\xE9"},
       {"cafe\xCC\x81", "caf\xE9"},
       {"\xC3\x89t\xC3\xA9", "\xE9t\xE9"},
-      {"\xC3\x80 la", "la"},                 // one letter
-      {"\xC5\x81\xC3\xB3" "d\xC5\xBA", "l\xF3" "dz"},  // the closest letters
-      {"na\xEFve", "na\xEFve"},              // no UTF-8: a terminal in Windows-1252
+      {"\xC3\x80 la", "la"},  // one letter
+      {"\xC5\x81\xC3\xB3"
+       "d\xC5\xBA",
+       "l\xF3"
+       "dz"},                    // the closest letters
+      {"na\xEFve", "na\xEFve"},  // no UTF-8: a terminal in Windows-1252
   };
   for (const auto& [text, program] : cases) EXPECT_EQ(programOf(text), program) << text;
 }
@@ -172,9 +178,9 @@ TEST(Query, HostileQueriesEndWithAClearMessage) {
 
 // Whatever the text: either a program in which every step finds its operands, or an error in it.
 TEST(Query, EveryTextGivesAProgramOrAnError) {
-  const std::vector<std::string> parts = {"(",    ")",  "OR ", "AND ", "NOT ", "-",  "\"", "cat ",
-                                          "dog ", "*",  "?",   "NEAR ", "NEAR/3 ", "the ", "\xC3",
-                                          "\xA9", "a ", " ",   "&",    "\xE2\x80\x9C"};
+  const std::vector<std::string> parts = {
+      "(", ")",     "OR ",     "AND ", "NOT ", "-",    "\"", "cat ", "dog ", "*",
+      "?", "NEAR ", "NEAR/3 ", "the ", "\xC3", "\xA9", "a ", " ",    "&",    "\xE2\x80\x9C"};
   std::mt19937 random(20240331);
   int programs = 0;
   for (int round = 0; round < 20000; ++round) {

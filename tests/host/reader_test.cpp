@@ -198,8 +198,8 @@ TEST_F(Damage, CutTablesEndInErrors) {
   for (const char* table : {"words", "files", "links", "hash"}) {
     const std::string path = files_.tables() + table;
     const std::string intact = test::readFile(path);
-    for (const size_t length : {size_t{0}, size_t{1}, size_t{15}, size_t{16}, size_t{40}, size_t{500},
-                                intact.size() / 2, intact.size() - 1}) {
+    for (const size_t length : {size_t{0}, size_t{1}, size_t{15}, size_t{16}, size_t{40},
+                                size_t{500}, intact.size() / 2, intact.size() - 1}) {
       test::writeFile(path, intact.substr(0, length));
       readAll();
       EXPECT_GT(problems(), 1u) << table << " cut to " << length;

@@ -1,5 +1,5 @@
-// Random boolean queries against random files, through several updates, compared with a slow look at
-// every file.
+// Random boolean queries against random files, through several updates, compared with a slow look
+// at every file.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -21,8 +21,8 @@ namespace {
 using Words = std::vector<std::string>;
 
 const Words kVocabulary = {"aa", "ab", "abc", "ba", "bb", "bca", "cab", "cc", "cba", "dd"};
-const Words kTerms = {"aa", "ab", "abc", "ba", "bb", "cab", "cc", "dd", "nowhere",
-                      "a*", "*b", "?a",  "c*a", "*b*"};
+const Words kTerms = {"aa", "ab",      "abc", "ba", "bb", "cab", "cc",
+                      "dd", "nowhere", "a*",  "*b", "?a", "c*a", "*b*"};
 
 class Oracle {
  public:
@@ -111,9 +111,12 @@ class Oracle {
           }
         }
         return false;
-      case Node::kAnd: return holds(*node.left, words) && holds(*node.right, words);
-      case Node::kOr: return holds(*node.left, words) || holds(*node.right, words);
-      default: return !holds(*node.left, words);
+      case Node::kAnd:
+        return holds(*node.left, words) && holds(*node.right, words);
+      case Node::kOr:
+        return holds(*node.left, words) || holds(*node.right, words);
+      default:
+        return !holds(*node.left, words);
     }
   }
 

@@ -31,8 +31,8 @@ void SmallIndex::write(const std::string& name, const std::string& text) {
   const std::string path = folder() + "/" + name;
   writeFile(path, text);
   // Updates go by whole seconds: each text gets a second of its own.
-  std::filesystem::last_write_time(path, std::filesystem::last_write_time(path) -
-                                             std::chrono::seconds(100000 - ++writes_));
+  std::filesystem::last_write_time(
+      path, std::filesystem::last_write_time(path) - std::chrono::seconds(100000 - ++writes_));
   texts_[path] = text;
 }
 

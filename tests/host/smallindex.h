@@ -1,4 +1,5 @@
-// An index of a few small files, made by the engine as a host makes one, for tests of what reads it.
+// An index of a few small files, made by the engine as a host makes one, for tests of what reads
+// it.
 #pragma once
 
 #include <map>
