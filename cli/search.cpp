@@ -150,6 +150,7 @@ int SearchCommand::run(const Context& context) {
   if (!context.quiet) {
     for (const std::string& line : remarks(query, result)) remark(line);
   }
+  if (result.found.empty() && !context.quiet && isTerminal(STDOUT_FILENO)) remark("nothing found");
   return result.found.empty() ? kExitNothingFound : kExitDone;
 }
 
