@@ -197,6 +197,7 @@ void Indexer::build(NewGeneration& next) {
   }
   scratch_ = home_.cacheFolder(earlier_.lineage);
   makePrivateFolder(scratch_);
+  progress_.setScratchFolder(scratch_);
 
   CVeskaIndex* index = nullptr;
   SessionHooks hooks;
