@@ -109,7 +109,7 @@ void SearchCommand::addOptions(CLI::App& app) {
   app.add_option("--newer", newer_, "Written on DATE or later: 2024-03-31, or an age: 3d, 2w, 1y")
       ->type_name("DATE");
   app.add_option("--older", older_, "Written before DATE")->type_name("DATE");
-  app.add_option("--check", mostChecked_, "Texts looked into for phrases and NEAR (default 2000)")
+  app.add_option("--check", mostChecked_, "Texts looked into for phrases and NEAR (default 5000)")
       ->type_name("N");
   app.add_option("--color", colour_, "Colours: auto (default), always, never")
       ->type_name("WHEN")

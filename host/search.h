@@ -34,7 +34,7 @@ using TextSource =
 struct SearchOptions {
   FileFilter filter;
   size_t limit = 20;          // results at most; 0: all
-  size_t mostChecked = 2000;  // texts looked into at most, for phrases and NEAR
+  size_t mostChecked = 5000;  // texts looked into at most, for phrases and NEAR
 };
 
 struct SearchResult {
