@@ -40,7 +40,8 @@ TEST_F(Index, TellsWhatItReadAndFindsIt) {
 }
 
 TEST_F(Index, EverythingIsItsUsersAlone) {
-  ::mode_t former = ::umask(0);
+  ::mkdir(path("home").c_str(), 0755);
+  const ::mode_t former = ::umask(0);
   out({"index", "docs"});
   ::umask(former);
   std::vector<std::string> entries = listTree(path("home"));
