@@ -89,7 +89,7 @@ void undoPredictor(const PredictorParameters& parameters, std::string& data) {
   const size_t pixelBits = static_cast<size_t>(parameters.colors * bits);
   const size_t rowBytes = (pixelBits * static_cast<size_t>(parameters.columns) + 7) / 8;
   if (parameters.predictor >= 10) {
-    undoPng(data, rowBytes, std::max<size_t>(pixelBits / 8, 1));
+    undoPng(data, rowBytes, (pixelBits + 7) / 8);
   } else if (parameters.predictor == 2) {
     undoTiff(data, rowBytes, static_cast<size_t>(parameters.colors), static_cast<size_t>(bits));
   }
