@@ -171,6 +171,11 @@ VESKA_API void vidxSetExactNames(CVeskaIndex *index, bool on);
 VESKA_API void vidxSetExactUpdate(CVeskaIndex *index, bool on);
 VESKA_API void vidxSetStatusLevel(CVeskaIndex *index, int level);
 
+/* vidxPrune leaves the records of this folder and of all below it as they are, as if nothing had
+ * changed there (a disk that is not plugged in). May be called for several folders; null forgets
+ * them all. */
+VESKA_API void vidxKeepTree(CVeskaIndex *index, const char *path);
+
 /* Limits for archives and converters. What a limit cuts short keeps the words read so far, is told
  * to the problem callback ("LimitReached") and counted.
  * Nesting: archives within archives, 0 to 100 (default 100). MemberBytes, ArchiveBytes: bytes that

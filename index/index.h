@@ -66,6 +66,8 @@ class VESKA_API CVeskaIndex {
   void storeStorage(std::string indexPath);
   // Makes words, files, skipped and links writable or read-only.
   void enableWrite(bool on);
+  // Are names of files that differ only in case different? Off by default.
+  void setExactNames(bool on);
 
   // Words -----------------------------------------------------------------------------------------
 
@@ -193,8 +195,10 @@ class VESKA_API CVeskaIndex {
   bool binaryCharMask[256] = {};         // control bytes that mark data as binary
 
   // Settings beyond the minimum.
+  bool exactNames = false;               // by setExactNames
   bool exactUpdate = false;
   int statusLevel = 0;
+  std::vector<std::string> keptTrees;    // folders that prune leaves alone with all below; none by clear
   int maxNesting = 100;                  // archives within archives
   unsigned long maxMemberBytes = 0;      // 0: no limit
   unsigned long maxArchiveBytes = 0;     // 0: no limit; for all members of a top file together
@@ -208,27 +212,36 @@ class VESKA_API CVeskaIndex {
   std::string configurationDirectory() const;
 
  private:
-  struct DirectoryEntry;
-  class Walk;
-
   void createTables();
   void openTables();
+  std::unique_ptr<CFileStorage> newFileTable() const;
   std::unique_ptr<CTextStorage> newWordTable() const;
   std::unique_ptr<CTextStorage> newSkipTable() const;
-  std::unique_ptr<CWordLinks> newWordLinks() const;
+  std::unique_ptr<CFileLinks> newLinkTable() const;
+  void startWordLinks();
   void retire(std::unique_ptr<CFileMemory> table);
   void addEntities();
 
-  void pruneRecord(uint32_t id);
-  bool recordPath(uint32_t id, std::string& path);
-  void pruneFile(uint32_t id, const std::string& path, const struct stat& status);
-  void reindexFile(uint32_t id, const std::string& path, const struct stat& status,
-                   CFileAnalyzer* analyzer);
-  void runAnalyzer(CFileAnalyzer* analyzer, const std::string& path, uint32_t id,
-                   const FileInfo& info);
+  void indexEntry(const std::string& path, const char* name, const FileInfo& info, uint32_t parent);
+  uint32_t folderRecord(const std::string& path, const FileInfo& info);
+  void updateEntry(const std::string& path, const char* name, unsigned char type, uint32_t parent);
+  void postWalkStatus(const std::string& path);
+  CFileAnalyzer* includedAnalyzer(const char* path) const;
   CFileAnalyzer* wantedAnalyzer(const char* path) const;
+  void runAnalyzer(CFileAnalyzer& analyzer, const std::string& path, uint32_t id);
+
+  void pruneRecord(uint32_t id);
+  bool recordPath(uint32_t id, std::string& path) const;
+  bool isRoot(uint32_t id, const std::string& path) const;
+  bool isKept(const std::string& path) const;
+  void pruneFolder(uint32_t id, const std::string& path, const FileInfo& now, int64_t modified);
+  void pruneFile(uint32_t id, const std::string& path, const FileInfo& now, int64_t modified);
+  void reindexFile(uint32_t id, const std::string& path, const FileInfo& now,
+                   CFileAnalyzer& analyzer);
+
   void makeChunks();
   void fillChunks();
+  void zeroHandedCounts();
 
   void readExternalAnalyzers();
   void addExternalAnalyzer(const std::string& name, const std::string& extension,

@@ -4,14 +4,16 @@
 #define VESKA_INDEX_OWNED_H_
 
 #include <memory>
+#include <utility>
 
 template <typename T>
 class Owned {
  public:
   Owned() = default;
-  // Takes the object over.
+  // Take the object over.
   Owned(T* object) : object_(object) {}  // NOLINT(google-explicit-constructor)
-  Owned(std::unique_ptr<T> object) : object_(std::move(object)) {}  // NOLINT
+  template <typename U>
+  Owned(std::unique_ptr<U> object) : object_(std::move(object)) {}  // NOLINT
 
   operator T*() const { return object_.get(); }  // NOLINT(google-explicit-constructor)
   T* operator->() const { return object_.get(); }

@@ -25,6 +25,11 @@ configure() {
   (cd "$root" && cmake --preset "$preset" "${@/#/-D}")
 }
 
+# Passes Ninja's output on without the lines that it prints when there is nothing to do.
+say_only_work() {
+  grep --line-buffered -vE 'Re-checking globbed directories|^ninja: no work to do' || true
+}
+
 # build PRESET [NAME=VALUE...] [-- TARGET...]: configures, then builds the targets, or all; silent
 # when there is nothing to do. One build at a time: a second one waits.
 build() {
@@ -38,11 +43,9 @@ build() {
   # Chained with &&, as `set -e` is off wherever a caller tests this function's result.
   (
     flock 9
-    quiet=(--quiet)
-    if sources_newer_than "$dir/.built"; then quiet=(); fi
     configure "$preset" "${settings[@]}" &&
       touch "$dir/.building" &&
-      cmake --build "$dir" ${2:+--target "${@:2}"} -- "${quiet[@]}" &&
+      cmake --build "$dir" ${2:+--target "${@:2}"} | say_only_work &&
       mv "$dir/.building" "$dir/.built"
   ) 9>"$root/build/.lock"
 }

@@ -78,20 +78,23 @@ class VESKA_API CFileMemory {
   // Assigns the path without opening anything.
   void setStoragePath(std::string path) { storagePath_ = std::move(path); }
 
+  // Raises "MemFileExtendFail" (the size that size more bytes would need) when the table is mapped
+  // read-only: to be asked before anything is written.
+  void requireWritable(uint64_t size) const;
+
   bool isWritable() const { return mapped_ && writable_; }
   uint32_t usedBytes() const { return used_; }
   uint32_t fileBytes() const { return fileSize_; }
 
  protected:
-  // Raises "MemFileExtendFail" (the size that size more bytes would need) when the table is mapped
-  // read-only: to be asked before anything is written.
-  void requireWritable(uint64_t size) const;
-
   // A file was there, but its header cannot be true.
   bool headerDamaged() const { return headerDamaged_; }
 
   // Counts the times that the file was mapped from disk: what was read before may differ now.
   uint32_t mappingCount() const { return mappingCount_; }
+
+  // Address of an offset that is known to lie below used.
+  char* at(uint32_t offset) const { return base_ + offset; }
 
   // Bytes from an offset to used; 0 when the offset is out of reach.
   uint32_t bytesFrom(uint32_t offset) const {

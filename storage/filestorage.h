@@ -85,12 +85,11 @@ class VESKA_API CFileStorage : public CFileMemory {
  private:
   friend class FileNameIndex;
 
-  char* entry(uint32_t id) const;
+  uint32_t nextOf(uint32_t id) const;
   uint32_t checkedLink(uint32_t from, uint32_t to) const;
   bool matches(uint32_t id, const char* name, uint32_t parent) const;
   uint32_t walkChain(uint32_t bucket, const char* name, uint32_t parent) const;
   uint32_t tailOf(uint32_t bucket);
-  FileNameIndex& names() const;
 
   uint32_t prefixSize_ = kPrefixBytes;
   std::unique_ptr<uint32_t[]> buckets_;

@@ -1,6 +1,7 @@
-// The fixture of every case that touches files: a temporary folder of its own, and at the case's end
-// the proof that nothing was left over.
-#pragma once
+// The fixture of every case that touches files: a temporary folder of its own, and at the case's
+// end the proof that nothing was left over.
+#ifndef VESKA_TESTS_SUPPORT_LEAKCHECK_H_
+#define VESKA_TESTS_SUPPORT_LEAKCHECK_H_
 
 #include <gtest/gtest.h>
 
@@ -34,3 +35,5 @@ class LeakCheckedTest : public testing::Test {
 };
 
 }  // namespace veska::test
+
+#endif  // VESKA_TESTS_SUPPORT_LEAKCHECK_H_

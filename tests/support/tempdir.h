@@ -1,5 +1,6 @@
 // A folder of its own for each test case, removed at the case's end.
-#pragma once
+#ifndef VESKA_TESTS_SUPPORT_TEMPDIR_H_
+#define VESKA_TESTS_SUPPORT_TEMPDIR_H_
 
 #include <string>
 #include <string_view>
@@ -34,3 +35,5 @@ std::string readFile(const std::string& path);
 std::vector<std::string> listTree(const std::string& folder);
 
 }  // namespace veska::test
+
+#endif  // VESKA_TESTS_SUPPORT_TEMPDIR_H_

@@ -1,0 +1,100 @@
+// The registry is the one place that knows the concrete analyzers.
+
+#include <unistd.h>
+
+#include <array>
+#include <cstring>
+#include <vector>
+
+#include "analyzers/analyzers.h"
+#include "api/reporting.h"
+#include "index/index.h"
+#include "storage/stdiofile.h"
+
+namespace {
+
+constexpr size_t kMaxConfigurationBytes = 65535;
+constexpr size_t kMaxPathBytes = 1023;
+
+// The text without the blanks and tabs at its end, and without what follows a zero byte.
+std::string trimmed(std::string_view line) {
+  const size_t last = line.find_last_not_of(" \t");
+  line = line.substr(0, last == std::string_view::npos ? 0 : last + 1);
+  return std::string(line.substr(0, line.find('\0')));
+}
+
+// The fields of the configuration file: lines without their comments, those that hold nothing left
+// out. A line ends with LF, CR LF or CR; an unended last line is a field only when a comment ends it.
+std::vector<std::string> readFields(std::string_view text) {
+  std::vector<std::string> fields;
+  while (!text.empty()) {
+    const size_t end = text.find_first_of("\r\n");
+    const std::string_view line = text.substr(0, end);
+    const size_t comment = line.find('#');
+    const bool ended = end != std::string_view::npos || comment != std::string_view::npos;
+    std::string field = trimmed(line.substr(0, comment));
+    if (ended && !field.empty()) fields.push_back(std::move(field));
+    if (end == std::string_view::npos) break;
+    text.remove_prefix(end + (text.substr(end, 2) == "\r\n" ? 2 : 1));
+  }
+  return fields;
+}
+
+// The part of a member's name behind its folders, and the extension of that.
+std::string extensionOf(std::string_view member) {
+  const size_t slash = member.find_last_of("/\\");
+  if (slash != std::string_view::npos) member.remove_prefix(slash + 1);
+  const size_t dot = member.rfind('.');
+  return std::string(dot == std::string_view::npos ? member : member.substr(dot + 1));
+}
+
+}  // namespace
+
+void CVeskaIndex::createAnalyzers() {
+  clearAnalyzers();
+  analyzers["generic"] = std::make_unique<CFileAnalyzer>(this);
+  analyzers["macroman"] = std::make_unique<CMacRomanAnalyzer>(this);
+  analyzers["dosoem"] = std::make_unique<CDosOemAnalyzer>(this);
+  readExternalAnalyzers();
+}
+
+void CVeskaIndex::clearAnalyzers() { analyzers.clear(); }
+
+CFileAnalyzer* CVeskaIndex::analyzerNamed(const std::string& name) const {
+  const auto found = analyzers.find(name);
+  return found == analyzers.end() ? nullptr : static_cast<CFileAnalyzer*>(found->second);
+}
+
+void CVeskaIndex::readExternalAnalyzers() {
+  const std::string path = configurationDirectory() + "externanalyzers.txt";
+  const StdioFile stream = openStdio(path.c_str(), "rbe");
+  if (!stream) return;
+  std::vector<char> text(kMaxConfigurationBytes);
+  const size_t bytes = std::fread(text.data(), 1, text.size(), stream.get());
+  if (bytes == text.size()) throwVeskaError("externalAnalyzersFileTooBig", path);
+  const std::vector<std::string> fields = readFields({text.data(), bytes});
+  for (size_t i = 0; i + 3 <= fields.size(); i += 3)
+    addExternalAnalyzer(fields[i], fields[i + 1], fields[i + 2]);
+}
+
+void CVeskaIndex::addExternalAnalyzer(const std::string& name, const std::string& extension,
+                                      const std::string& command) {
+  Owned<CFileAnalyzer>& slot = analyzers[name];
+  // Include patterns may still point at the one that is replaced.
+  if (slot) replacedAnalyzers_.push_back(slot.release());
+  (void)extension;
+  (void)command;
+}
+
+std::string CVeskaIndex::extractToTempFile(const char* container, const char* member,
+                                           unsigned long number) {
+  CFileAnalyzer* analyzer = includedAnalyzer(container);
+  if (!analyzer || temporaryDirectory.empty()) return {};
+  std::string path = temporaryDirectory + "/tmp" +
+                     std::to_string(static_cast<int32_t>(number)) + "." + extensionOf(member);
+  if (path.size() > kMaxPathBytes) path.resize(kMaxPathBytes);
+  unlink(path.c_str());
+  if (analyzer->extractToTempFile(container, member, path.c_str(), number)) return path;
+  unlink(path.c_str());
+  return {};
+}

@@ -1,0 +1,151 @@
+// Entries are only ever appended and go to the tail of their chain, so a sound chain leads forward
+// through the file. A link that does not is damage, and following only forward links also means
+// that no walk can go in circles.
+
+#include "storage/textstorage.h"
+
+#include <cstring>
+#include <utility>
+
+#include "api/reporting.h"
+#include "storage/bytes.h"
+#include "storage/hashentries.h"
+
+namespace {
+
+constexpr uint32_t kTextStorageMagic = 12350001;
+constexpr uint32_t kLinkBytes = 4;
+constexpr uint32_t kMaxDataBytes = 1 << 16;
+
+}  // namespace
+
+CTextStorage::CTextStorage(std::string path, unsigned long initialSize,
+                           unsigned long growthIncrement, unsigned int dataSize,
+                           unsigned long hashSize)
+    : CFileMemory(std::move(path), initialSize, growthIncrement),
+      prefixSize_(dataSize + kLinkBytes),
+      buckets_(std::make_unique<uint32_t[]>(hashSize)),
+      bucketCount_(static_cast<uint32_t>(hashSize)) {}
+
+CTextStorage::CTextStorage(std::string path, FILE* hashFile) : CFileMemory(path) {
+  if (headerDamaged() || !read(hashFile)) throwVeskaError("StorageReadError", path);
+}
+
+CTextStorage::~CTextStorage() = default;
+
+unsigned long CTextStorage::addText(const char* text) { return addText(text, hashText(text)); }
+
+unsigned long CTextStorage::lookup(const char* text) const { return lookup(text, hashText(text)); }
+
+unsigned long CTextStorage::addText(const char* text, uint32_t hash) {
+  const size_t length = std::strlen(text);
+  requireWritable(length + 1 + prefixSize_);
+  if (entryCount_ + 1 > bucketCount_) reHash(entryCount_ + 1);
+  const auto start = static_cast<uint32_t>(getNewSpace(length + 1 + prefixSize_));
+  ++entryCount_;
+  const uint32_t id = start + prefixSize_;
+  std::memcpy(at(id), text, length + 1);
+  chain(id, hash);
+  return id;
+}
+
+unsigned long CTextStorage::lookup(const char* text, uint32_t hash) const {
+  if (bucketCount_ == 0) return 0;
+  uint32_t id = buckets_[hash % bucketCount_];
+  for (uint32_t from = 0; id != 0; from = id, id = loadU32(nextField(id))) {
+    id = checkedLink(from, id);
+    const TextOrder order = compareStored(at(id), bytesFrom(id), text, true);
+    if (order == TextOrder::kEqual) return id;
+    if (order == TextOrder::kUnterminated) throwVeskaError("AssertionFailed", {});
+  }
+  return 0;
+}
+
+unsigned long CTextStorage::getHash(const char* text) const {
+  return bucketCount_ ? hashText(text) % bucketCount_ : 0;
+}
+
+void CTextStorage::addHash(const char* text, unsigned long id) {
+  chain(static_cast<uint32_t>(id), hashText(text));
+}
+
+void CTextStorage::chain(uint32_t id, uint32_t hash) {
+  uint32_t& head = buckets_[hash % bucketCount_];
+  if (head == 0) {
+    head = id;
+    return;
+  }
+  uint32_t tail = checkedLink(0, head);
+  while (const uint32_t next = loadU32(nextField(tail))) tail = checkedLink(tail, next);
+  storeU32(nextField(tail), id);
+}
+
+void CTextStorage::reHash() { reHash(entryCount_); }
+
+void CTextStorage::reHash(uint32_t entries) {
+  requireWritable(0);
+  uint64_t count = bucketCount_ ? bucketCount_ : 1;
+  while (count < entries) count *= 2;
+  buckets_ = std::make_unique<uint32_t[]>(count);
+  bucketCount_ = static_cast<uint32_t>(count);
+  for (auto id = getFirst(); id; id = getNext(id)) storeU32(nextField(static_cast<uint32_t>(id)), 0);
+  for (auto id = getFirst(); id; id = getNext(id)) addHash(getText(id), id);
+}
+
+// The link target to, if it may follow the entry from (0: the bucket array).
+uint32_t CTextStorage::checkedLink(uint32_t from, uint32_t to) const {
+  if (to <= from || to < kHeaderBytes + prefixSize_ || !getPointer(to))
+    throwVeskaError("AssertionFailed", {});
+  return to;
+}
+
+char* CTextStorage::nextField(uint32_t id) const {
+  return at(id - prefixSize_);
+}
+
+unsigned long CTextStorage::getFirst() const {
+  const unsigned long first = kHeaderBytes + prefixSize_;
+  return getPointer(first) ? first : 0;
+}
+
+unsigned long CTextStorage::getNext(unsigned long id) const {
+  const char* text = getText(id);
+  if (!text) return 0;
+  const uint64_t next = uint64_t{static_cast<uint32_t>(id)} + std::strlen(text) + 1 + prefixSize_;
+  return next < usedBytes() ? next : 0;
+}
+
+char* CTextStorage::getText(unsigned long id) const {
+  auto* text = static_cast<char*>(getPointer(id));
+  if (!text) return nullptr;
+  const uint32_t bound = bytesFrom(static_cast<uint32_t>(id));
+  if (boundedLength(text, bound) == bound) throwVeskaError("AssertionFailed", {});
+  return text;
+}
+
+void* CTextStorage::getData(unsigned long id) const {
+  const auto text = static_cast<uint32_t>(id);
+  if (text < kHeaderBytes + prefixSize_ || !getPointer(text)) return nullptr;
+  return nextField(text) + kLinkBytes;
+}
+
+bool CTextStorage::store(FILE* stream) const {
+  return writeU32(stream, kTextStorageMagic) && writeU32(stream, prefixSize_) &&
+         writeU32(stream, entryCount_) && writeHashEntries(stream, buckets_.get(), bucketCount_);
+}
+
+bool CTextStorage::read(FILE* stream) {
+  uint32_t magic = 0;
+  uint32_t prefix = 0;
+  uint32_t entries = 0;
+  if (!readU32(stream, magic) || magic != kTextStorageMagic) return false;
+  if (!readU32(stream, prefix) || prefix < kLinkBytes || prefix > kLinkBytes + kMaxDataBytes)
+    return false;
+  if (!readU32(stream, entries)) return false;
+  unsigned long count = 0;
+  buckets_ = readHashEntries(stream, count);
+  bucketCount_ = static_cast<uint32_t>(count);
+  prefixSize_ = prefix;
+  entryCount_ = entries;
+  return buckets_ != nullptr;
+}

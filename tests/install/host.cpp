@@ -1,0 +1,28 @@
+// A host in C++: the errors of guarded functions arrive as reports, those of the others as the
+// integer 1, which crosses the library's boundary.
+
+#include <veska/veskalib.h>
+
+#include <cstdio>
+#include <string>
+
+static std::string lastKey;
+
+int main() {
+  vSetThrowCallBack([](const char* key, const char*) { lastKey = key; });
+  if (vCreateNewIndex(false, "/nonexistent/") != nullptr || lastKey != "StorageReadError") return 1;
+  if (!vFileNameMatch("notes.txt", "*.txt")) return 2;
+
+  CVeskaIndex* index = vCreateNewIndex(true, "./");
+  if (index == nullptr) return 3;
+  int thrown = 0;
+  try {
+    vtsGetText(vidxGetWords(index), 0xFFFFFFFF);
+  } catch (int value) {
+    thrown = value;
+  }
+  vidxClearIndex(index);
+  if (thrown != 1 || lastKey != "AssertionFailed") return 4;
+  std::puts("C++ host: all is well");
+  return 0;
+}
