@@ -5,7 +5,9 @@
 #define VESKA_ANALYZERS_PDF_CMAP_H_
 
 #include <cstdint>
+#include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "analyzers/pdf/budget.h"
@@ -28,6 +30,7 @@ class CMap {
 
   // Text of a code by the map itself; empty when it says nothing.
   const TextMap& text() const { return text_; }
+  TextMap takeText() && { return std::move(text_); }
   // For maps whose codes are Unicode: the code point of a code, else 0.
   char32_t unicodeOf(uint32_t code, size_t codeBytes) const;
 

@@ -18,7 +18,10 @@ void TextMap::set(uint32_t code, std::u32string_view text) {
     return;
   }
   std::unique_ptr<Block>& block = blocks_[code >> 8];
-  if (!block) block = std::make_unique<Block>(Block{});
+  if (!block) {
+    block = std::make_unique<Block>(Block{});
+    ++blockCount_;
+  }
   (*block)[code & 0xFF] = value;
 }
 

@@ -23,6 +23,9 @@ class TextMap {
 
   bool empty() const { return empty_; }
 
+  // About how much memory it takes, in bytes.
+  size_t memory() const { return blockCount_ * sizeof(Block) + longCodes_.size() * 64 + pool_.size() * 4; }
+
   static constexpr size_t kMaxLength = 32;
 
  private:
@@ -35,6 +38,7 @@ class TextMap {
   std::array<std::unique_ptr<Block>, 256> blocks_;  // codes of two bytes, by the first of them
   std::map<uint32_t, char32_t> longCodes_;
   std::vector<char32_t> pool_;
+  size_t blockCount_ = 0;
   bool empty_ = true;
 };
 
