@@ -22,6 +22,13 @@ constexpr double kLeading = 2.2;         // from one line of a block to the next
 constexpr double kMaxLetterSpace = 0.4;  // between letters that are set apart
 constexpr double kLetterSpaceSlack = 1.3;
 
+constexpr double kMarginGap = 0.7;       // before text of another size that is no part of the line
+constexpr double kScriptRatio = 2.2;     // letters so much larger stand over several lines
+constexpr double kInitial = 1.8;         // letters so much larger may begin a paragraph
+constexpr double kInitialGap = 0.3;
+constexpr double kRestLeading = 2.2;     // to the second half of a divided word at most
+
+constexpr size_t kMaxSearchedLines = 2000;
 constexpr size_t kMaxOrderedBlocks = 400;  // the order takes time in the square of this
 
 bool overlap(double from1, double to1, double from2, double to2) {
@@ -35,24 +42,36 @@ void TextPage::write(std::u32string& out) {
   findLines();
   mergeLines();
   findBlocks();
+  written_.assign(lines_.size(), 0);
+  std::vector<uint32_t> sequence;
+  for (const uint32_t block : blockOrder()) {
+    for (uint32_t i = 0; i < blocks_[block].count; ++i) sequence.push_back(blocks_[block].begin + i);
+  }
   const Line* last = nullptr;
-  for (const uint32_t index : blockOrder()) {
-    const Block& block = blocks_[index];
-    for (uint32_t i = 0; i < block.count; ++i) {
-      const Line& line = lines_[block.begin + i];
-      if (last && endsDivided(out, *last, line)) {
-        out.pop_back();
-      } else if (last) {
-        const bool sameRow = last->angle == line.angle && line.from > last->to &&
-                             std::fabs(last->base - line.base) < kSameBase * line.size;
-        if (out.back() == 0xAD) out.pop_back();
-        out += sameRow ? U' ' : U'\n';
-      }
-      writeLine(line, out);
-      last = &line;
-    }
+  for (size_t i = 0; i < sequence.size(); ++i) {
+    const Line& line = lines_[sequence[i]];
+    if (written_[sequence[i]] == line.count) continue;  // all of it ended a divided word
+    if (last) separate(*last, line, out);
+    writeLine(sequence[i], out);
+    last = &line;
+    if (!endsDivided(out)) continue;
+    const Line* const rest = findRest(line, i + 1 < sequence.size() ? sequence[i + 1] : sequence[i]);
+    if (rest) writeRest(*rest, out);
   }
   out += U'\n';
+}
+
+// Ends a line before the next one.
+void TextPage::separate(const Line& last, const Line& line, std::u32string& out) const {
+  if (out.back() == 0xAD) out.pop_back();
+  const double gap = line.from - last.to;
+  const bool sameRow = last.angle == line.angle && gap > 0 &&
+                       std::fabs(last.base - line.base) < kSameBase * line.size;
+  // A large initial over several lines belongs to the word that begins beside it.
+  const bool initial = last.count == 1 && words_[order_[last.begin]].length == 1 &&
+                       last.size > kInitial * line.size && line.base > last.base &&
+                       std::fabs(gap) < kInitialGap * last.size && isLowerLetter(firstChar(line));
+  if (!initial || !isLetter(out.back())) out += sameRow ? U' ' : U'\n';
 }
 
 void TextPage::findLines() {
@@ -75,9 +94,11 @@ void TextPage::findLines() {
 }
 
 bool TextPage::continues(const Line& line, const Word& word) const {
-  const double size = std::max(line.size, word.size);
+  const double size = std::max(line.size, word.size), least = std::min(line.size, word.size);
   const double across = std::fabs(line.base - word.base), gap = word.from - line.to;
   if (line.angle != word.angle || across > kScriptAcross * size) return false;
+  if (size > kScriptRatio * least && across > kScriptAcross * least) return false;
+  if (gap > kMarginGap * size && size > 1.05 * least) return false;
   if (gap > kColumnGap * size || gap < -kBackwards * size) return false;
   return across < kSameBase * size || gap < 0.5 * size;
 }
@@ -100,7 +121,8 @@ void TextPage::mergeLines() {
     const Line& first = lines_[sorted[begin]];
     size_t end = begin + 1;
     while (end < sorted.size() && lines_[sorted[end]].angle == first.angle &&
-           first.base - lines_[sorted[end]].base < kSameBase * first.size) {
+           first.base - lines_[sorted[end]].base <
+               kSameBase * std::min(first.size, lines_[sorted[end]].size)) {
       ++end;
     }
     if (end - begin > 1) {
@@ -230,23 +252,72 @@ double TextPage::spaceThreshold(const Line& line) const {
   return std::min(kLetterSpaceSlack * least, kMaxLetterSpace * line.size);
 }
 
-void TextPage::writeLine(const Line& line, std::u32string& out) const {
+void TextPage::writeLine(uint32_t index, std::u32string& out) {
+  const Line& line = lines_[index];
   const double threshold = spaceThreshold(line);
   const Word* last = nullptr;
-  for (uint32_t i = 0; i < line.count; ++i) {
+  for (uint32_t i = written_[index]; i < line.count; ++i) {
     const Word& word = words_[order_[line.begin + i]];
     if (last && word.from - last->to >= threshold) out += U' ';
     out.append(text_, word.begin, word.length);
     last = &word;
   }
+  written_[index] = line.count;
 }
 
-// Whether the text so far ends with the first part of a word that goes on in the next line.
-bool TextPage::endsDivided(const std::u32string& out, const Line& line, const Line& next) const {
-  if (out.size() < 2 || !isHyphen(out.back()) || !isLetter(out[out.size() - 2])) return false;
-  const bool nextRow = line.angle != next.angle || next.base < line.base - kSameBase * line.size ||
-                       next.base > line.base + line.size;
-  return nextRow && isLowerLetter(firstChar(next));
+// Whether the text so far ends with a hyphen that may divide a word.
+bool TextPage::endsDivided(const std::u32string& out) const {
+  return out.size() >= 2 && isHyphen(out.back()) && isLetter(out[out.size() - 2]);
+}
+
+// The line that the word goes on in which is divided at the end of `line`: the one right below it, of
+// several the one that begins most like it; else `next`, the next one in reading order, when that is
+// at the top of another column.
+const TextPage::Line* TextPage::findRest(const Line& line, uint32_t next) const {
+  const Line* best = nullptr;
+  double bestDown = kRestLeading * line.size;
+  for (uint32_t i = 0; i < lines_.size() && lines_.size() <= kMaxSearchedLines; ++i) {
+    const Line& other = lines_[i];
+    const double down = line.base - other.base;
+    if (written_[i] > 0 || other.angle != line.angle || down < 0.4 * line.size || down > bestDown ||
+        other.from > line.to || other.to < line.from || !isLowerLetter(firstChar(other)) ||
+        other.size > 1.3 * line.size || other.size < 0.75 * line.size) {
+      continue;
+    }
+    if (best && bestDown - down < kSameBase * line.size &&
+        std::fabs(best->from - line.from) < std::fabs(other.from - line.from)) {
+      continue;
+    }
+    best = &other;
+    bestDown = down;
+  }
+  if (best) return best;
+  const Line& other = lines_[next];
+  const bool elsewhere = other.angle != line.angle || other.base > line.base + line.size ||
+                         other.base < line.base - kSameBase * line.size;
+  return written_[next] == 0 && elsewhere && isLowerLetter(firstChar(other)) ? &other : nullptr;
+}
+
+// Writes the first word of the line in place of the hyphen.
+void TextPage::writeRest(const Line& rest, std::u32string& out) {
+  out.pop_back();
+  const uint32_t end = firstWordEnd(rest);
+  for (uint32_t i = 0; i < end; ++i) {
+    const Word& word = words_[order_[rest.begin + i]];
+    out.append(text_, word.begin, word.length);
+  }
+  written_[static_cast<size_t>(&rest - lines_.data())] = end;
+}
+
+// How many of the line's words stand before its first blank.
+uint32_t TextPage::firstWordEnd(const Line& line) const {
+  const double threshold = spaceThreshold(line);
+  uint32_t end = 1;
+  while (end < line.count && words_[order_[line.begin + end]].from -
+                                     words_[order_[line.begin + end - 1]].to < threshold) {
+    ++end;
+  }
+  return end;
 }
 
 }  // namespace veska::pdf

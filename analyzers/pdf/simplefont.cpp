@@ -9,6 +9,7 @@
 #include "analyzers/pdf/encodings.h"
 #include "analyzers/pdf/font.h"
 #include "analyzers/pdf/fontprogram.h"
+#include "analyzers/pdf/unicode.h"
 
 namespace veska::pdf {
 namespace {
@@ -47,6 +48,17 @@ char32_t textOfCode(int code) {
   if (code >= 11 && code <= 15) return static_cast<char32_t>(0xFB00 + code - 11);
   if (code < 32 || code > 255) return 0;
   return winAnsiEncoding()[static_cast<size_t>(code)];
+}
+
+// The WinAnsi code of the character that is as wide as c.
+size_t winAnsiCode(char32_t c) {
+  constexpr size_t kAcute = 0xB4;
+  const EncodingTable& table = winAnsiEncoding();
+  for (const char32_t wanted : {c, baseLetter(c)}) {
+    const auto place = std::find(table.begin(), table.end(), wanted);
+    if (place != table.end()) return static_cast<size_t>(place - table.begin());
+  }
+  return combiningMark(c) != 0 ? kAcute : 'n';
 }
 
 class SimpleFont : public Font {
@@ -223,11 +235,8 @@ void SimpleFont::useStandardWidths(int64_t flags) {
     chars_[code].width = 0.6;
     if (!widths) continue;
     size_t index = code;
-    if (isText && !chars_[code].text.empty()) {  // widths go by character, not by this font's code
-      const auto& table = winAnsiEncoding();
-      const auto place = std::find(table.begin(), table.end(), chars_[code].text[0]);
-      index = place == table.end() ? 'n' : static_cast<size_t>(place - table.begin());
-    }
+    // Widths go by character, not by this font's code.
+    if (isText && !chars_[code].text.empty()) index = winAnsiCode(chars_[code].text[0]);
     chars_[code].width = index < 32 ? 0 : 0.001 * widths[index - 32];
   }
 }

@@ -77,8 +77,12 @@ class TextPage {
   std::vector<uint32_t> blockOrder() const;
   bool standsAbove(const Block& a, const Block& b) const;
   double spaceThreshold(const Line& line) const;
-  void writeLine(const Line& line, std::u32string& out) const;
-  bool endsDivided(const std::u32string& out, const Line& line, const Line& next) const;
+  void writeLine(uint32_t index, std::u32string& out);
+  bool endsDivided(const std::u32string& out) const;
+  const Line* findRest(const Line& line, uint32_t next) const;
+  void writeRest(const Line& rest, std::u32string& out);
+  void separate(const Line& last, const Line& line, std::u32string& out) const;
+  uint32_t firstWordEnd(const Line& line) const;
   char32_t firstChar(const Line& line) const { return text_[words_[order_[line.begin]].begin]; }
 
   TextRun run_;
@@ -90,6 +94,7 @@ class TextPage {
   std::vector<uint32_t> order_;  // words of the lines
   std::vector<Line> lines_;
   std::vector<Block> blocks_;
+  std::vector<uint32_t> written_;  // for each line, how many of its words are written
 };
 
 }  // namespace veska::pdf
