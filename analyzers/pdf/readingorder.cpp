@@ -35,6 +35,11 @@ bool overlap(double from1, double to1, double from2, double to2) {
   return std::min(to1, to2) > std::max(from1, from2);
 }
 
+// Whether a word that is divided after one letter may go on with the other: "-Paul" is a name.
+bool canFollow(char32_t divided, char32_t next) {
+  return isLetter(next) && (isLowerLetter(next) || !isLowerLetter(divided));
+}
+
 }  // namespace
 
 void TextPage::write(std::u32string& out) {
@@ -55,7 +60,8 @@ void TextPage::write(std::u32string& out) {
     writeLine(sequence[i], out);
     last = &line;
     if (!endsDivided(out)) continue;
-    const Line* const rest = findRest(line, i + 1 < sequence.size() ? sequence[i + 1] : sequence[i]);
+    const uint32_t next = sequence[std::min(i + 1, sequence.size() - 1)];
+    const Line* const rest = findRest(line, next, out[out.size() - 2]);
     if (rest) writeRest(*rest, out);
   }
   out += U'\n';
@@ -272,15 +278,15 @@ bool TextPage::endsDivided(const std::u32string& out) const {
 
 // The line that the word goes on in which is divided at the end of `line`: the one right below it, of
 // several the one that begins most like it; else `next`, the next one in reading order, when that is
-// at the top of another column.
-const TextPage::Line* TextPage::findRest(const Line& line, uint32_t next) const {
+// at the top of another column. divided: the letter before the hyphen.
+const TextPage::Line* TextPage::findRest(const Line& line, uint32_t next, char32_t divided) const {
   const Line* best = nullptr;
   double bestDown = kRestLeading * line.size;
   for (uint32_t i = 0; i < lines_.size() && lines_.size() <= kMaxSearchedLines; ++i) {
     const Line& other = lines_[i];
     const double down = line.base - other.base;
     if (written_[i] > 0 || other.angle != line.angle || down < 0.4 * line.size || down > bestDown ||
-        other.from > line.to || other.to < line.from || !isLowerLetter(firstChar(other)) ||
+        other.from > line.to || other.to < line.from || !canFollow(divided, firstChar(other)) ||
         other.size > 1.3 * line.size || other.size < 0.75 * line.size) {
       continue;
     }
@@ -295,7 +301,7 @@ const TextPage::Line* TextPage::findRest(const Line& line, uint32_t next) const 
   const Line& other = lines_[next];
   const bool elsewhere = other.angle != line.angle || other.base > line.base + line.size ||
                          other.base < line.base - kSameBase * line.size;
-  return written_[next] == 0 && elsewhere && isLowerLetter(firstChar(other)) ? &other : nullptr;
+  return written_[next] == 0 && elsewhere && canFollow(divided, firstChar(other)) ? &other : nullptr;
 }
 
 // Writes the first word of the line in place of the hyphen.
