@@ -1,14 +1,10 @@
 #include "analyzers/fileanalyzer.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 
 #include "analyzers/charsets.h"
+#include "analyzers/inputfile.h"
 #include "api/reporting.h"
 #include "index/index.h"
 
@@ -18,43 +14,6 @@ void convert(char* buf, unsigned long len, const unsigned char (&table)[256]) {
   for (char* at = buf; at != buf + len; ++at)
     *at = static_cast<char>(table[static_cast<unsigned char>(*at)]);
 }
-
-// A regular file open for reading; anything else, a pipe say, is not opened.
-class InputFile {
- public:
-  explicit InputFile(const char* path)
-      : descriptor_(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK)) {
-    struct stat status {};
-    if (descriptor_ < 0 || (fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode))) return;
-    close(descriptor_);
-    descriptor_ = -1;
-  }
-  ~InputFile() {
-    if (descriptor_ >= 0) close(descriptor_);
-  }
-  InputFile(const InputFile&) = delete;
-  InputFile& operator=(const InputFile&) = delete;
-
-  bool isOpen() const { return descriptor_ >= 0; }
-  bool failed() const { return failed_; }
-
-  // Bytes read, fewer than asked for only at the end or on an error, which counts as the end.
-  size_t read(char* to, size_t bytes) {
-    size_t have = 0;
-    while (have < bytes) {
-      const ssize_t got = ::read(descriptor_, to + have, bytes - have);
-      if (got < 0 && errno == EINTR) continue;
-      if (got < 0) failed_ = true;
-      if (got <= 0) break;
-      have += static_cast<size_t>(got);
-    }
-    return have;
-  }
-
- private:
-  int descriptor_;
-  bool failed_ = false;
-};
 
 }  // namespace
 

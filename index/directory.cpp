@@ -189,7 +189,8 @@ void CVeskaIndex::updateEntry(const std::string& folder, const char* name, unsig
                               uint32_t parent) {
   if (type == DT_LNK && exactUpdate) return;
   if (type == DT_REG && files->lookupFile(name, parent)) return;
-  const std::string full = folder + "/" + name;
+  // Deliberate: below the root that gives "//name", unless updates are to agree with the first walk.
+  const std::string full = exactUpdate ? joinPath(folder, name) : folder + "/" + name;
   if (type == DT_DIR && files->lookupFile(full.c_str(), 0)) return;
   struct stat status {};
   const int flags = exactUpdate ? AT_SYMLINK_NOFOLLOW : 0;

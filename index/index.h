@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "api/export.h"
+#include "index/expansion.h"
 #include "index/owned.h"
 #include "storage/filestorage.h"
 #include "storage/linkstorage.h"
@@ -204,6 +205,7 @@ class VESKA_API CVeskaIndex {
   unsigned long maxArchiveBytes = 0;     // 0: no limit; for all members of a top file together
   int maxConverterSeconds = 0;           // 0: no limit
   unsigned long limitsReached = 0;
+  Expansion expansion;                   // of the top file that is being read
   // Set by analyzers when the system refused to open or read a file: it is to be taken up again.
   bool readFailed = false;
 

@@ -7,6 +7,13 @@
 #include <vector>
 
 #include "analyzers/analyzers.h"
+#include "analyzers/externalanalyzer.h"
+#include "analyzers/gzipanalyzer.h"
+#include "analyzers/htmlanalyzer.h"
+#include "analyzers/mboxanalyzer.h"
+#include "analyzers/rtfanalyzer.h"
+#include "analyzers/taranalyzer.h"
+#include "analyzers/zipanalyzer.h"
 #include "api/reporting.h"
 #include "index/index.h"
 #include "storage/stdiofile.h"
@@ -55,6 +62,12 @@ void CVeskaIndex::createAnalyzers() {
   analyzers["generic"] = std::make_unique<CFileAnalyzer>(this);
   analyzers["macroman"] = std::make_unique<CMacRomanAnalyzer>(this);
   analyzers["dosoem"] = std::make_unique<CDosOemAnalyzer>(this);
+  analyzers["html"] = std::make_unique<CHtmlAnalyzer>(this);
+  analyzers["rtf"] = std::make_unique<CRtfAnalyzer>(this);
+  analyzers["zip"] = std::make_unique<CZipAnalyzer>(this);
+  analyzers["tar"] = std::make_unique<CTarAnalyzer>(this);
+  analyzers["gzip"] = std::make_unique<CGZipAnalyzer>(this);
+  analyzers["mbox"] = std::make_unique<CMBoxAnalyzer>(this);
   readExternalAnalyzers();
 }
 
@@ -82,8 +95,7 @@ void CVeskaIndex::addExternalAnalyzer(const std::string& name, const std::string
   Owned<CFileAnalyzer>& slot = analyzers[name];
   // Include patterns may still point at the one that is replaced.
   if (slot) replacedAnalyzers_.push_back(slot.release());
-  (void)extension;
-  (void)command;
+  slot = std::make_unique<CExternalAnalyzer>(this, extension.c_str(), command.c_str());
 }
 
 std::string CVeskaIndex::extractToTempFile(const char* container, const char* member,

@@ -81,7 +81,9 @@ void FileNameIndex::added(uint32_t id, uint32_t bucket) {
   if (mappingCount_ != table_.mappingCount()) forget();
   tails_[bucket] = id;
   endWatches();
-  if (built()) file(id, bucket);
+  // Its parent is about to be written: filed now, all new records of a name would stand together.
+  watches_.emplace(id, bucket);
+  ++watchedIn_[bucket];
 }
 
 void FileNameIndex::watch(uint32_t id) {
@@ -141,16 +143,14 @@ void FileNameIndex::file(uint32_t id, uint32_t bucket) {
 }
 
 // FNV-1a over the folded name, begun with the parent and something that differs between processes,
-// so that nobody can choose names that all fall together.
+// so that nobody can choose names that all fall together; then the finish of MurmurHash3, since
+// FNV-1a carries nothing from high bits to low ones.
 uint32_t FileNameIndex::keyOf(const char* name, uint32_t parent) const {
   uint64_t hash = 0xCBF29CE484222325u ^ (uint64_t{parent} << 20) ^
                   reinterpret_cast<uintptr_t>(this);
-  for (; *name; ++name) {
-    const auto byte = static_cast<unsigned char>(*name);
-    const bool upper = byte >= 'A' && byte <= 'Z';
-    hash = (hash ^ (upper ? byte + 0x20u : byte)) * 0x100000001B3u;
-  }
-  return static_cast<uint32_t>(hash ^ (hash >> 32));
+  for (; *name; ++name) hash = (hash ^ foldAscii(*name)) * 0x100000001B3u;
+  hash = (hash ^ (hash >> 33)) * 0xFF51AFD7ED558CCDu;
+  return static_cast<uint32_t>(hash >> 32);
 }
 
 void FileNameIndex::insert(Slot slot) {

@@ -11,22 +11,7 @@ namespace {
 constexpr uint32_t kHashEntriesMagic = 12340001;
 constexpr uint32_t kPieceEntries = 1 << 16;
 
-// The same in every locale.
-unsigned char foldAscii(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte >= 'A' && byte <= 'Z' ? static_cast<unsigned char>(byte + 0x20) : byte;
-}
-
 }  // namespace
-
-TextOrder compareStored(const char* stored, uint32_t bound, const char* text, bool foldCase) {
-  for (uint32_t i = 0; i < bound; ++i) {
-    if (stored[i] != text[i] && (!foldCase || foldAscii(stored[i]) != foldAscii(text[i])))
-      return TextOrder::kDifferent;
-    if (stored[i] == 0) return TextOrder::kEqual;
-  }
-  return TextOrder::kUnterminated;
-}
 
 uint32_t boundedLength(const char* stored, uint32_t bound) {
   const void* end = std::memchr(stored, 0, bound);

@@ -33,9 +33,23 @@ inline uint32_t hashText(const char* text) {
 // How a stored text compares with another.
 enum class TextOrder { kEqual, kDifferent, kUnterminated };
 
+// Case folding of ASCII letters alone, the same in every locale.
+inline unsigned char foldAscii(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte >= 'A' && byte <= 'Z' ? static_cast<unsigned char>(byte + 0x20) : byte;
+}
+
 // Compares a stored text, of which at most bound bytes may be read, with text: ASCII letters
 // without regard to case when foldCase is set. kUnterminated: it runs past the bound.
-TextOrder compareStored(const char* stored, uint32_t bound, const char* text, bool foldCase);
+inline TextOrder compareStored(const char* stored, uint32_t bound, const char* text,
+                               bool foldCase) {
+  for (uint32_t i = 0; i < bound; ++i) {
+    if (stored[i] != text[i] && (!foldCase || foldAscii(stored[i]) != foldAscii(text[i])))
+      return TextOrder::kDifferent;
+    if (stored[i] == 0) return TextOrder::kEqual;
+  }
+  return TextOrder::kUnterminated;
+}
 
 // Length of a stored text; bound when it does not end before that.
 uint32_t boundedLength(const char* stored, uint32_t bound);

@@ -33,6 +33,17 @@ CTextStorage::CTextStorage(std::string path, FILE* hashFile) : CFileMemory(path)
 
 CTextStorage::~CTextStorage() = default;
 
+inline char* CTextStorage::nextField(uint32_t id) const {
+  return at(id - prefixSize_);
+}
+
+// The link target to, if it may follow the entry from (0: the bucket array).
+inline uint32_t CTextStorage::checkedLink(uint32_t from, uint32_t to) const {
+  if (to <= from || to < kHeaderBytes + prefixSize_ || !getPointer(to))
+    throwVeskaError("AssertionFailed", {});
+  return to;
+}
+
 unsigned long CTextStorage::addText(const char* text) { return addText(text, hashText(text)); }
 
 unsigned long CTextStorage::lookup(const char* text) const { return lookup(text, hashText(text)); }
@@ -90,17 +101,6 @@ void CTextStorage::reHash(uint32_t entries) {
   bucketCount_ = static_cast<uint32_t>(count);
   for (auto id = getFirst(); id; id = getNext(id)) storeU32(nextField(static_cast<uint32_t>(id)), 0);
   for (auto id = getFirst(); id; id = getNext(id)) addHash(getText(id), id);
-}
-
-// The link target to, if it may follow the entry from (0: the bucket array).
-uint32_t CTextStorage::checkedLink(uint32_t from, uint32_t to) const {
-  if (to <= from || to < kHeaderBytes + prefixSize_ || !getPointer(to))
-    throwVeskaError("AssertionFailed", {});
-  return to;
-}
-
-char* CTextStorage::nextField(uint32_t id) const {
-  return at(id - prefixSize_);
 }
 
 unsigned long CTextStorage::getFirst() const {

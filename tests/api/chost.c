@@ -1,5 +1,5 @@
-/* A host in plain C: makes an index, indexes a file, looks a word up, saves, reopens, and looks it
- * up again. It doubles as the host that is built against an installed copy. */
+/* A host in plain C: makes an index, indexes two files, looks words up, saves, reopens, and looks
+ * them up again. It doubles as the host that is built against an installed copy. */
 
 #define _POSIX_C_SOURCE 200809L
 
@@ -59,66 +59,62 @@ static void configure(CVeskaIndex* index) {
   vidxSetIncludePattern(index, 0, "*.txt", "generic");
 }
 
-/* The id of the only file that holds the word, with how often it occurs there; 0 for none. The file
- * in which a word was last seen stands in the word's data; earlier ones would be in its chunks. */
-static unsigned long onlyFileWith(CVeskaIndex* index, const char* word, unsigned* occurrences) {
-  CTextStorage* words = vidxGetWords(index);
-  const unsigned long wordId = vtsLookup(words, word);
+/* How often the word occurs in the file of this name; 0 when it does not. */
+static unsigned occurrences(CVeskaIndex* index, const char* word, const char* name) {
+  const unsigned long wordId = vtsLookup(vidxGetWords(index), word);
   if (wordId == 0) return 0;
-  CHECK(strcmp(vtsGetText(words, wordId), word) == 0);
+  CHECK(strcmp(vtsGetText(vidxGetWords(index), wordId), word) == 0);
 
-  uint32_t lastFile, chunk;
-  uint16_t repeats;
-  const char* data = vtsGetData(words, wordId);
-  memcpy(&lastFile, data, sizeof lastFile);
-  memcpy(&repeats, data + 4, sizeof repeats);
+  /* The word's newest file is still with the word itself, the others are in the link table. */
+  uint32_t pendingFile, chunk;
+  uint16_t pendingRepeats;
+  const char* data = vtsGetData(vidxGetWords(index), wordId);
+  memcpy(&pendingFile, data, sizeof pendingFile);
+  memcpy(&pendingRepeats, data + 4, sizeof pendingRepeats);
   memcpy(&chunk, data + 8, sizeof chunk);
-  CHECK(lastFile != 0 && chunk == 0);
-  *occurrences = repeats + 1u;
-  return lastFile;
-}
 
-/* Counts the files of a word that is in every document. */
-static unsigned countFiles(CVeskaIndex* index, const char* word) {
-  CTextStorage* words = vidxGetWords(index);
-  const unsigned long wordId = vtsLookup(words, word);
-  CHECK(wordId != 0);
-  uint32_t chunk;
-  memcpy(&chunk, (const char*)vtsGetData(words, wordId) + 8, sizeof chunk);
-  uint32_t cursor[2] = {chunk, 0};
-  unsigned files = 1;
-  while (vflGetFile(vidxGetLinks(index), cursor) != 0) ++files;
-  CHECK(vflGetNextList(vidxGetLinks(index), cursor[0]) == 0);
-  return files;
+  CFileStorage* files = vidxGetFiles(index);
+  if (strcmp(vfiGetFileName(vfsGetInfo(files, pendingFile)), name) == 0) return pendingRepeats + 1u;
+  while (chunk != 0) {
+    uint32_t cursor[2] = {chunk, 0};
+    unsigned long file;
+    while ((file = vflGetFile(vidxGetLinks(index), cursor)) != 0) {
+      if (strcmp(vfiGetFileName(vfsGetInfo(files, file)), name) == 0) return cursor[1] + 1;
+    }
+    chunk = (uint32_t)vflGetNextList(vidxGetLinks(index), cursor[0]);
+  }
+  return 0;
 }
 
 static void checkAnswers(CVeskaIndex* index, const char* folder) {
-  unsigned occurrences = 0;
-  const unsigned long file = onlyFileWith(index, "marmalade", &occurrences);
-  CHECK(file != 0 && occurrences == 3);
-  CHECK(onlyFileWith(index, "elephant", &occurrences) == 0);
-  CHECK(countFiles(index, "more") == 2);
+  CHECK(occurrences(index, "marmalade", "jars.txt") == 3);
+  CHECK(occurrences(index, "marmalade", "breakfast.txt") == 1);
+  CHECK(occurrences(index, "toast", "breakfast.txt") == 2);
+  CHECK(occurrences(index, "toast", "jars.txt") == 0);
+  CHECK(occurrences(index, "elephant", "jars.txt") == 0);
 
   CFileStorage* files = vidxGetFiles(index);
+  const unsigned long parent = vfsLookupFile(files, folder, 0);
+  const unsigned long file = vfsLookupFile(files, "jars.txt", parent);
+  CHECK(parent != 0 && file != 0);
   void* record = vfsGetInfo(files, file);
-  CHECK(strcmp(vfiGetFileName(record), "jars.txt") == 0);
+  CHECK(vfiGetFileParentID(record) == parent);
+  CHECK(vfiGetFileSize(record) == 52);
   CHECK(vfiGetFileTimeLastWritten(record) > 2082844800.0);
-  void* parent = vfsGetInfo(files, vfiGetFileParentID(record));
-  CHECK(strcmp(vfiGetFileName(parent), folder) == 0);
 }
 
 int main(void) {
   const char* temp = getenv("TMPDIR");
-  char base[512], documents[600], document[700], other[700], indexPath[600];
+  char base[512], documents[600], jars[700], breakfast[700], indexPath[600];
   snprintf(base, sizeof base, "%s/veska-chost-XXXXXX", temp != NULL ? temp : "/tmp");
   CHECK(mkdtemp(base) != NULL);
   snprintf(documents, sizeof documents, "%s/documents", base);
-  snprintf(document, sizeof document, "%s/jars.txt", documents);
-  snprintf(other, sizeof other, "%s/pots.txt", documents);
+  snprintf(jars, sizeof jars, "%s/jars.txt", documents);
+  snprintf(breakfast, sizeof breakfast, "%s/breakfast.txt", documents);
   snprintf(indexPath, sizeof indexPath, "%s/index/", base);
   CHECK(mkdir(documents, 0700) == 0 && mkdir(indexPath, 0700) == 0);
-  writeText(document, "Marmalade, more marmalade, and no end of MARMALADE.\n");
-  writeText(other, "Some more honey.\n");
+  writeText(jars, "Marmalade, more marmalade, and no end of MARMALADE.\n");
+  writeText(breakfast, "Toast; marmalade; toast.\n");
 
   vSetThrowCallBack(onError);
   vSetWarningCallBack(onError);
@@ -149,9 +145,10 @@ int main(void) {
   CHECK(lastKey[0] == '\0');
   CHECK(statusCount > 1);
 
-  static const char* const left[] = {"index/files", "index/words", "index/skipped",
-                                     "index/links", "index/hash",  "documents/jars.txt", "documents/pots.txt",
-                                     "index",       "documents",   ""};
+  /* Everything that was written, and nothing else, lies in the two folders. */
+  static const char* const left[] = {
+      "index/files", "index/words",        "index/skipped",           "index/links", "index/hash",
+      "index",       "documents/jars.txt", "documents/breakfast.txt", "documents",   ""};
   for (size_t i = 0; i < sizeof left / sizeof left[0]; ++i) {
     char path[700];
     snprintf(path, sizeof path, "%s/%s", base, left[i]);

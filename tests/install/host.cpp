@@ -15,9 +15,10 @@ int main() {
 
   CVeskaIndex* index = vCreateNewIndex(true, "./");
   if (index == nullptr) return 3;
+  vidxNewFileLinks(index);
   int thrown = 0;
   try {
-    vtsGetText(vidxGetWords(index), 0xFFFFFFFF);
+    vflGetNextList(vidxGetLinks(index), 0xFFFFFFF0);
   } catch (int value) {
     thrown = value;
   }

@@ -6,10 +6,12 @@ set -euo pipefail
 build=$1 libdir=$2
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 
+trap 'echo "${0##*/}:$LINENO: failed: $BASH_COMMAND"' ERR
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
-cmake --install "$build" --prefix "$work/first" >install.log
+export TMPDIR=$work
+cmake --install "$build" --prefix "$work/first"
 mkdir elsewhere
 mv first elsewhere/copy
 prefix=$work/elsewhere/copy
@@ -23,14 +25,14 @@ export PKG_CONFIG_PATH=$prefix/$libdir/pkgconfig
 read -r -d '' -a flags < <(pkg-config --cflags --libs veska && printf '\0')
 read -r -a c_flags <<<"${CFLAGS:-}"
 read -r -a cxx_flags <<<"${CXXFLAGS:-}"
-rpath=-Wl,-rpath,$prefix/$libdir
-"$CC" -std=c11 -DVESKA_INSTALLED "${c_flags[@]}" "$here/../api/chost.c" "${flags[@]}" "$rpath" -o c_host
-"$CXX" -std=c++17 "${cxx_flags[@]}" "$here/host.cpp" "${flags[@]}" "$rpath" -o cpp_host
+flags+=("-Wl,-rpath,$prefix/$libdir")
+"$CC" -std=c11 -DVESKA_INSTALLED "${c_flags[@]}" "$here/../api/chost.c" "${flags[@]}" -o c_host
+"$CXX" -std=c++17 "${cxx_flags[@]}" "$here/host.cpp" "${flags[@]}" -o cpp_host
 ./c_host
 ./cpp_host
 
-cmake -S "$here" -B package -G Ninja -DCMAKE_PREFIX_PATH="$prefix" >configure.log
-cmake --build package >build.log
+cmake -S "$here" -B package -G Ninja -DCMAKE_PREFIX_PATH="$prefix"
+cmake --build package
 package/c_host
 package/cpp_host
 

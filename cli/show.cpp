@@ -1,0 +1,284 @@
+// veska show: the text of one file, with the hits of a query marked.
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include "cli/commands.h"
+#include "cli/terminal.h"
+#include "host/catalog.h"
+#include "host/encoding.h"
+#include "host/errors.h"
+#include "host/hits.h"
+#include "host/locate.h"
+#include "host/query.h"
+
+namespace veska {
+namespace {
+
+// Decoded and printed before the rest of a long text is read, so that it can be seen at once.
+constexpr uint32_t kFirstPart = 256 << 10;
+
+// Writes the lines of a text, in parts, each beginning where the last one ended.
+class TextPrinter {
+ public:
+  struct Options {
+    bool lineNumbers = false;
+    bool onlyHits = false;
+    bool raw = false;  // bytes as they are
+    Palette palette{false};
+  };
+
+  TextPrinter(const Options& options, const HitFinder* finder)
+      : options_(options), finder_(finder) {}
+
+  // text: all of it so far. last: it has no more, so that its last line may lack a line feed.
+  void print(std::string_view text, bool last);
+  bool anyHit() const { return anyHit_; }
+
+ private:
+  void printLine(std::string_view text, size_t begin, size_t end, const std::vector<Mark>& marks,
+                 size_t mark);
+  void appendText(std::string_view text, size_t begin, size_t end);
+
+  Options options_;
+  const HitFinder* finder_;  // null: no query
+  size_t printedTo_ = 0;
+  size_t line_ = 0;
+  bool anyHit_ = false;
+  std::string out_;
+};
+
+void TextPrinter::print(std::string_view text, bool last) {
+  std::vector<Mark> marks;
+  if (finder_ != nullptr) marks = finder_->marks(finder_->find(text));
+  size_t mark = 0;
+  while (printedTo_ < text.size()) {
+    const size_t feed = text.find('\n', printedTo_);
+    if (feed == std::string_view::npos && !last) break;
+    const size_t end = std::min(feed, text.size());
+    ++line_;
+    while (mark < marks.size() && marks[mark].end <= printedTo_) ++mark;
+    const bool hit = mark < marks.size() && marks[mark].begin < end;
+    anyHit_ = anyHit_ || hit;
+    if (hit || !options_.onlyHits) printLine(text, printedTo_, end, marks, mark);
+    printedTo_ = std::min(end + 1, text.size());
+    if (out_.size() > size_t{1} << 16) {
+      writeOut(out_);
+      out_.clear();
+    }
+  }
+  writeOut(out_);
+  out_.clear();
+  flushOut();
+}
+
+void TextPrinter::printLine(std::string_view text, size_t begin, size_t end,
+                            const std::vector<Mark>& marks, size_t mark) {
+  if (options_.lineNumbers) {
+    out_ += fmt::format("{}{:>6}{}  ", options_.palette.lineNumber, line_, options_.palette.reset);
+  }
+  for (size_t at = begin; at < end;) {
+    while (mark < marks.size() && marks[mark].end <= at) ++mark;
+    const bool marked = mark < marks.size() && marks[mark].begin <= at;
+    size_t stop = marked ? marks[mark].end : mark < marks.size() ? marks[mark].begin : end;
+    stop = std::min(stop, end);
+    // A mark never cuts a character in two.
+    while (stop < end && (static_cast<unsigned char>(text[stop]) & 0xC0) == 0x80 &&
+           decodeUtf8(text, stop - 1).bytes > 1) {
+      ++stop;
+    }
+    if (marked) out_ += options_.palette.hit;
+    appendText(text, at, stop);
+    if (marked) out_ += options_.palette.reset;
+    at = stop;
+  }
+  out_ += '\n';
+}
+
+void TextPrinter::appendText(std::string_view text, size_t begin, size_t end) {
+  if (options_.raw) {
+    out_ += text.substr(begin, end - begin);
+    return;
+  }
+  for (size_t at = begin; at < end;) {
+    size_t plain = at;
+    while (plain < end && text[plain] >= ' ' && text[plain] < 0x7F) ++plain;
+    out_ += text.substr(at, plain - at);
+    at = plain;
+    if (at == end) break;
+    const DecodedChar c = decodeUtf8(text.substr(0, end), at);
+    const char32_t code =
+        c.valid ? c.code : characterOf(static_cast<unsigned char>(text[at]));
+    if (code == '\t') {
+      out_ += '\t';
+    } else if (code != '\r') {
+      appendPrintable(out_, code);
+    }
+    at += c.bytes;
+  }
+}
+
+class ShowCommand : public Command {
+ public:
+  void addOptions(CLI::App& app) override;
+  int run(const Context& context) override;
+
+ private:
+  FileId resolve(Catalog& catalog) const;
+  std::string readerOf(Catalog& catalog, const std::string& path) const;
+  int listMembers(Catalog& catalog, const std::vector<FileId>& members) const;
+  Contents contents(Catalog& catalog, FileId file, uint32_t bytes) const;
+  int showText(Catalog& catalog, FileId file, const HitFinder* finder, bool quiet) const;
+
+  std::string file_;
+  std::vector<std::string> words_;
+  bool outline_ = false;
+  bool lineNumbers_ = false;
+  bool raw_ = false;
+  bool noPager_ = false;
+  int width_ = 0;
+  uint64_t maxBytes_ = 0;
+  std::string colour_ = "auto";
+};
+
+void ShowCommand::addOptions(CLI::App& app) {
+  app.add_option("file", file_, "A path, an archive member as search prints it, or a record number")
+      ->required()
+      ->type_name("FILE");
+  app.add_option("query", words_, "Marks its hits; as for search")->type_name("QUERY...");
+  app.add_flag("-o,--outline", outline_, "Only the lines that hold hits");
+  app.add_flag("-N,--line-numbers", lineNumbers_, "A number before each line");
+  app.add_option("-w,--width", width_, "Wrap lines at N characters (default: not)")
+      ->type_name("N")
+      ->check(CLI::Range(0, 10000));
+  app.add_option("--max-bytes", maxBytes_, "Stop after N bytes (default: the read limit)")
+      ->type_name("N");
+  app.add_flag("--raw", raw_, "Keep mark-up, and bytes as they are when stdout is no terminal");
+  app.add_flag("--no-pager", noPager_, "Straight to the terminal");
+  app.add_option("--color", colour_, "Colours: auto, always, never")
+      ->type_name("WHEN")
+      ->check(CLI::IsMember({"auto", "always", "never"}));
+  app.footer(
+      "Examples:\n"
+      "  veska show ~/Documents/letter.txt\n"
+      "  veska show ~/mail.zip/inbox/note.txt invoice --outline --line-numbers");
+}
+
+int ShowCommand::run(const Context& context) {
+  if (outline_ && words_.empty()) {
+    fail("an outline is made of the lines that hold hits", "add a query behind the file");
+  }
+  std::string text;
+  for (const std::string& word : words_) text += (text.empty() ? "" : " ") + word;
+  Catalog catalog(context.home);
+  QueryResult parsed;
+  if (!words_.empty()) {
+    parsed = parseQuery(text);
+    if (!parsed.query) {
+      const std::string explained = "veska: " + explain(parsed.error, text) + "\n";
+      std::fwrite(explained.data(), 1, explained.size(), stderr);
+      return kExitError;
+    }
+  }
+  const FileId file = resolve(catalog);
+  const std::string reader = readerOf(catalog, catalog.reader().path(file));
+  if (reader == "zip" || reader == "tar") {
+    const std::vector<FileId> members = membersOf(catalog.reader(), file);
+    if (!members.empty()) return listMembers(catalog, members);
+  }
+  std::optional<HitFinder> finder;
+  if (parsed.query) finder.emplace(catalog.reader(), *parsed.query);
+  return showText(catalog, file, finder ? &*finder : nullptr, context.quiet);
+}
+
+// The record to show: of a compressed file, what is in it.
+FileId ShowCommand::resolve(Catalog& catalog) const {
+  Reader& reader = catalog.reader();
+  FileId file = locate(reader, file_);
+  if (reader.record(file).isFolder()) {
+    fail(fmt::format("{} is a folder", reader.path(file)),
+         "name a file in it; list them with: veska files '" + reader.path(file) + "/*'");
+  }
+  while (readerOf(catalog, reader.path(file)) == "gzip") {
+    const std::vector<FileId> members = membersOf(reader, file);
+    if (members.size() != 1) break;
+    file = members.front();
+  }
+  return file;
+}
+
+// The name of the analyzer that the settings give to a path; empty for none.
+std::string ShowCommand::readerOf(Catalog& catalog, const std::string& path) const {
+  for (const IncludePattern& include : catalog.settings().include) {
+    if (vFileNameMatch(path.c_str(), include.pattern.c_str())) return include.reader;
+  }
+  return {};
+}
+
+int ShowCommand::listMembers(Catalog& catalog, const std::vector<FileId>& members) const {
+  const bool terminal = isTerminal(STDOUT_FILENO);
+  const Pager pager(terminal && !noPager_);
+  for (const FileId member : members) {
+    writeOut(printableName(catalog.reader().path(member), terminal) + "\n");
+  }
+  flushOut();
+  return kExitDone;
+}
+
+Contents ShowCommand::contents(Catalog& catalog, FileId file, uint32_t bytes) const {
+  TextOptions options;
+  options.maxBytes = bytes;
+  options.lineWidth = width_;
+  options.withoutMarkup = !raw_;
+  Report why;
+  std::optional<Contents> text = catalog.contents(file, options, &why);
+  if (!text) {
+    if (why.detail.empty() || why.key == "CannotOpenContentsFile") {
+      why.detail = catalog.reader().path(file);
+    }
+    const HostError error = errorOf(why);
+    fail(std::string(error.sentence()), error.remedy(), error.exitStatus());
+  }
+  return std::move(*text);
+}
+
+int ShowCommand::showText(Catalog& catalog, FileId file, const HitFinder* finder,
+                          bool quiet) const {
+  const uint64_t most = maxBytes_ == 0 ? catalog.settings().fileBytes : maxBytes_;
+  const auto bytes = static_cast<uint32_t>(std::min<uint64_t>(most, UINT32_MAX / 2));
+  const bool terminal = isTerminal(STDOUT_FILENO);
+  TextPrinter::Options options;
+  options.lineNumbers = lineNumbers_;
+  options.onlyHits = outline_;
+  options.raw = raw_ && !terminal;
+  options.palette = Palette(useColour(colour_));
+  TextPrinter printer(options, finder);
+  bool cut = false;
+  {
+    // The first part is read before the pager starts: an error is then told in the open.
+    const Contents first = contents(catalog, file, std::min(bytes, kFirstPart));
+    const Pager pager(terminal && !noPager_);
+    cut = first.cut();
+    const bool whole = !cut || bytes <= kFirstPart;
+    printer.print(first.text(), whole);
+    if (!whole) {
+      const Contents rest = contents(catalog, file, bytes);
+      cut = rest.cut();
+      printer.print(rest.text(), true);
+    }
+  }
+  if (cut && !quiet) remark(fmt::format("cut after {} bytes; show more with --max-bytes", bytes));
+  return outline_ && !printer.anyHit() ? kExitNothingFound : kExitDone;
+}
+
+}  // namespace
+
+std::unique_ptr<Command> makeShowCommand() { return std::make_unique<ShowCommand>(); }
+
+}  // namespace veska

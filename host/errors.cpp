@@ -1,0 +1,108 @@
+#include "host/errors.h"
+
+#include <cstring>
+#include <utility>
+
+namespace veska {
+namespace {
+
+constexpr std::string_view kRebuild = "see what is wrong with: veska verify; repair with: veska rebuild";
+constexpr std::string_view kMakeRoom = "make room on the disk and run the command again";
+
+// "%" in a sentence stands for the report's detail.
+struct ReportText {
+  std::string_view key;
+  std::string_view sentence;
+  std::string_view remedy;
+};
+
+constexpr ReportText kReportTexts[] = {
+    {"StorageReadError", "the index in % cannot be read or written", kRebuild},
+    {"AssertionFailed", "the index is damaged %", kRebuild},
+    {"PruneParentError", "the index is damaged: a file belongs to no folder %", kRebuild},
+    {"FileMapWriteFail", "the table % cannot be opened or mapped", kRebuild},
+    {"FileMapOpenRWFail", "the table % cannot be opened for writing",
+     "check the owner and the rights of the file"},
+    {"UnmapFail", "the table % cannot be released", "run the command again"},
+    {"MemFileOpenFail", "the table % cannot be created",
+     "check the rights of the folder and the room on the disk"},
+    {"MemFileExtendFail", "a table cannot grow: %", kMakeRoom},
+    {"GetHugeSpace", "a table would pass 4 GB: % bytes",
+     "leave folders out, or lower the word lengths in veska.toml, and run: veska rebuild"},
+    {"NoMemory", "there is not enough memory %", "close other programs and run the command again"},
+    {"SkipOpenFail", "the list of skip words % cannot be opened", "make the file readable"},
+    {"externalAnalyzersFileTooBig", "the list of converters % is 64 kB or larger", "shorten it"},
+    {"AnalyzerNotFound", "there is no reader named \"%\"",
+     "correct the name in veska.toml, or add a converter of that name to externanalyzers.txt"},
+    {"NoFileContentsForDir", "a folder has no text to show %", "name a file in it"},
+    {"ArchivesNestedTooDeep", "the file lies too deep within archives within archives %",
+     "unpack the outer archives to read it"},
+    {"ArchiveExtractError", "the file cannot be taken out of its archive %",
+     "the archive may have changed; run: veska update"},
+    {"CannotOpenContentsFile", "the file % cannot be opened",
+     "it may have been removed, or its rights changed; run: veska update"},
+};
+
+constexpr struct {
+  std::string_view key;
+  ProblemText text;
+} kProblemTexts[] = {
+    {"OpenFailed", {"cannot be opened", "check its rights"}},
+    {"ReadFailed", {"cannot be read to its end", "check the disk"}},
+    {"FolderUnreadable", {"is a folder that cannot be read", "check its rights"}},
+    {"PathTooLong", {"has a path that is too long", "move it nearer to the top"}},
+    {"MemberFailed", {"cannot be taken out of its archive", "try to unpack it by hand"}},
+    {"LimitReached", {"is larger than a limit allows, and was read in part",
+                      "raise the limit in veska.toml if you trust it"}},
+    {"ConverterFailed", {"could not be converted", "try its command in externanalyzers.txt by hand"}},
+    {"PasswordNeeded", {"is locked by a password", "save a copy without one"}},
+    {"Damaged", {"is damaged, and was read in part", "get an intact copy"}},
+};
+
+std::string withDetail(std::string_view sentence, const std::string& detail) {
+  const size_t mark = sentence.find('%');
+  std::string text(sentence);
+  if (mark == std::string::npos) return text;
+  if (!detail.empty()) {
+    // Behind the sentence the detail is an addition, and stands in parentheses.
+    const bool addition = mark + 1 == text.size() && !text.ends_with(": %");
+    return text.replace(mark, 1, addition ? "(" + detail + ")" : detail);
+  }
+  text.erase(mark, 1);
+  while (!text.empty() && (text.back() == ' ' || text.back() == ':')) text.pop_back();
+  return text;
+}
+
+}  // namespace
+
+HostError::HostError(const std::string& sentence, std::string remedy, int exitStatus)
+    : std::runtime_error(sentence), remedy_(std::move(remedy)), exitStatus_(exitStatus) {}
+
+void fail(const std::string& sentence, const std::string& remedy, int exitStatus) {
+  throw HostError(sentence, remedy, exitStatus);
+}
+
+void failWithErrno(const std::string& sentence, int number, const std::string& remedy) {
+  fail(sentence + ": " + std::strerror(number), remedy);
+}
+
+HostError errorOf(const Report& report) {
+  if (report.key == "HaltRequested") return {"interrupted", "", kExitInterrupted};
+  for (const ReportText& text : kReportTexts) {
+    if (text.key == report.key) {
+      return {withDetail(text.sentence, report.detail), std::string(text.remedy), kExitError};
+    }
+  }
+  std::string sentence = "the engine reports " + (report.key.empty() ? "no reason" : report.key);
+  if (!report.detail.empty()) sentence += " (" + report.detail + ")";
+  return {sentence, std::string(kRebuild), kExitError};
+}
+
+ProblemText problemText(std::string_view key) {
+  for (const auto& entry : kProblemTexts) {
+    if (entry.key == key) return entry.text;
+  }
+  return {"was passed over", ""};
+}
+
+}  // namespace veska

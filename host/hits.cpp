@@ -1,0 +1,208 @@
+// Phrases are found by a bit-parallel scan (Baeza-Yates and Gonnet, "A New Approach to Text
+// Searching", 1992): bit i of the state says that the last i + 1 words of the text match the first
+// i + 1 of the phrase. A long phrase of one word repeated then costs no more than any other.
+#include "host/hits.h"
+
+#include <algorithm>
+#include <string>
+
+#include "host/encoding.h"
+
+namespace veska {
+namespace {
+
+constexpr size_t kLongestWord = 255;
+
+class PhraseScan {
+ public:
+  PhraseScan(const uint32_t* words, size_t count, size_t queryWords)
+      : count_(count), blocks_((count + 63) / 64), masks_(queryWords * blocks_, 0) {
+    for (size_t i = 0; i < count; ++i) {
+      masks_[words[i] * blocks_ + i / 64] |= uint64_t{1} << (i % 64);
+    }
+  }
+
+  // The ordinals of the first words of all occurrences, ascending.
+  std::vector<uint32_t> starts(const std::vector<WordHit>& hits) const {
+    std::vector<uint32_t> found;
+    std::vector<uint64_t> state(blocks_, 0);
+    std::vector<uint64_t> mask(blocks_, 0);
+    uint32_t expected = 0;
+    for (size_t at = 0; at < hits.size();) {
+      const uint32_t ordinal = hits[at].ordinal;
+      if (ordinal != expected) std::fill(state.begin(), state.end(), 0);
+      expected = ordinal + 1;
+      std::fill(mask.begin(), mask.end(), 0);
+      for (; at < hits.size() && hits[at].ordinal == ordinal; ++at) {
+        for (size_t i = 0; i < blocks_; ++i) mask[i] |= masks_[hits[at].word * blocks_ + i];
+      }
+      uint64_t carry = 1;
+      for (size_t i = 0; i < blocks_; ++i) {
+        const uint64_t out = state[i] >> 63;
+        state[i] = ((state[i] << 1) | carry) & mask[i];
+        carry = out;
+      }
+      const size_t last = count_ - 1;
+      if ((state[last / 64] >> (last % 64)) & 1) {
+        found.push_back(ordinal - static_cast<uint32_t>(last));
+      }
+    }
+    return found;
+  }
+
+ private:
+  size_t count_;
+  size_t blocks_;
+  std::vector<uint64_t> masks_;  // for each word of the query: where in the phrase it stands
+};
+
+// An occurrence of a leaf: runs of words that belong to it.
+struct Run {
+  uint32_t first;
+  uint32_t count;
+};
+
+// Calls visit(left start, right start) for the nearest partners of each left occurrence, until it
+// answers false.
+template <typename Visit>
+void forEachNearPair(const std::vector<uint32_t>& left, uint32_t leftCount,
+                     const std::vector<uint32_t>& right, uint32_t rightCount, uint32_t distance,
+                     Visit&& visit) {
+  for (const uint32_t start : left) {
+    const uint32_t last = start + leftCount - 1;
+    const auto after = std::upper_bound(right.begin(), right.end(), last);
+    if (after != right.end() && *after - last <= distance && !visit(start, *after)) return;
+    // The nearest one that ends before `start`.
+    auto before = std::lower_bound(right.begin(), right.end(), start);
+    while (before != right.begin()) {
+      --before;
+      const uint32_t end = *before + rightCount - 1;
+      if (end >= start) continue;
+      if (start - end <= distance && !visit(start, *before)) return;
+      break;
+    }
+  }
+}
+
+std::vector<Run> runsOf(const QueryLeaf& leaf, const std::vector<WordHit>& hits, size_t queryWords,
+                        bool firstOnly) {
+  std::vector<Run> runs;
+  const auto scan = [&](size_t from, size_t count) {
+    return PhraseScan(leaf.words.data() + from, count, queryWords).starts(hits);
+  };
+  if (leaf.kind != QueryLeaf::Kind::kNear) {
+    for (const uint32_t start : scan(0, leaf.words.size())) {
+      runs.push_back({start, static_cast<uint32_t>(leaf.words.size())});
+    }
+    return runs;
+  }
+  const auto leftCount = static_cast<uint32_t>(leaf.leftWords);
+  const auto rightCount = static_cast<uint32_t>(leaf.words.size() - leaf.leftWords);
+  const std::vector<uint32_t> left = scan(0, leftCount);
+  const std::vector<uint32_t> right = scan(leftCount, rightCount);
+  forEachNearPair(left, leftCount, right, rightCount, leaf.distance,
+                  [&](uint32_t leftStart, uint32_t rightStart) {
+                    runs.push_back({leftStart, leftCount});
+                    runs.push_back({rightStart, rightCount});
+                    return !firstOnly;
+                  });
+  // Partners on the right that are nearest to no left one are marked too.
+  if (!firstOnly) {
+    forEachNearPair(right, rightCount, left, leftCount, leaf.distance,
+                    [&](uint32_t rightStart, uint32_t leftStart) {
+                      runs.push_back({leftStart, leftCount});
+                      runs.push_back({rightStart, rightCount});
+                      return true;
+                    });
+  }
+  return runs;
+}
+
+}  // namespace
+
+HitFinder::HitFinder(const Reader& reader, const Query& query) : reader_(reader), query_(query) {
+  for (uint32_t number = 0; number < query.words.size(); ++number) {
+    const QueryWord& word = query.words[number];
+    const bool anyStart = word.text.front() == '*' || word.text.front() == '?';
+    if (anyStart) mayStart_.fill(true);
+    mayStart_[static_cast<unsigned char>(word.text.front())] = true;
+    if (word.wildcard) {
+      wildcards_.push_back(number);
+    } else {
+      literals_.push_back({word.text, number});
+    }
+  }
+  std::sort(literals_.begin(), literals_.end(),
+            [](const Literal& a, const Literal& b) { return a.text < b.text; });
+}
+
+std::vector<WordHit> HitFinder::find(std::string_view text) const {
+  std::vector<WordHit> hits;
+  std::array<char, kLongestWord + 1> folded;
+  uint32_t ordinal = 0;
+  const auto isWordAt = [text](size_t at) {
+    return isWordByte(static_cast<unsigned char>(text[at]));
+  };
+  for (size_t at = 0; at < text.size();) {
+    if (!isWordAt(at)) {
+      ++at;
+      continue;
+    }
+    const size_t begin = at;
+    while (at < text.size() && isWordAt(at)) ++at;
+    const size_t length = at - begin;
+    if (length <= kLongestWord && mayStart_[kFold[static_cast<unsigned char>(text[begin])]]) {
+      std::transform(text.begin() + static_cast<ptrdiff_t>(begin),
+                     text.begin() + static_cast<ptrdiff_t>(at), folded.begin(), foldByte);
+      folded[length] = '\0';
+      matchWord({folded.data(), length}, ordinal, begin, hits);
+    }
+    ++ordinal;
+  }
+  return hits;
+}
+
+void HitFinder::matchWord(std::string_view folded, uint32_t ordinal, size_t offset,
+                          std::vector<WordHit>& hits) const {
+  const auto literal =
+      std::lower_bound(literals_.begin(), literals_.end(), folded,
+                       [](const Literal& a, std::string_view text) { return a.text < text; });
+  if (literal != literals_.end() && literal->text == folded) {
+    hits.push_back({ordinal, literal->word, offset, folded.size()});
+  }
+  for (const uint32_t number : wildcards_) {
+    if (reader_.matches(folded.data(), query_.words[number].text)) {
+      hits.push_back({ordinal, number, offset, folded.size()});
+    }
+  }
+}
+
+bool HitFinder::holds(const QueryLeaf& leaf, const std::vector<WordHit>& hits) const {
+  return !runsOf(leaf, hits, query_.words.size(), true).empty();
+}
+
+std::vector<Mark> HitFinder::marks(const std::vector<WordHit>& hits) const {
+  std::vector<Mark> marks;
+  for (uint32_t number = 0; number < query_.leaves.size(); ++number) {
+    const QueryLeaf& leaf = query_.leaves[number];
+    if (leaf.negated) continue;
+    for (const Run& run : runsOf(leaf, hits, query_.words.size(), false)) {
+      auto hit = std::lower_bound(
+          hits.begin(), hits.end(), run.first,
+          [](const WordHit& a, uint32_t ordinal) { return a.ordinal < ordinal; });
+      for (; hit != hits.end() && hit->ordinal < run.first + run.count; ++hit) {
+        marks.push_back({hit->offset, hit->offset + hit->length, number});
+      }
+    }
+  }
+  std::sort(marks.begin(), marks.end(), [](const Mark& a, const Mark& b) {
+    return a.begin != b.begin ? a.begin < b.begin : a.leaf < b.leaf;
+  });
+  const auto same = [](const Mark& a, const Mark& b) {
+    return a.begin == b.begin && a.leaf == b.leaf;
+  };
+  marks.erase(std::unique(marks.begin(), marks.end(), same), marks.end());
+  return marks;
+}
+
+}  // namespace veska

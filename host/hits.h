@@ -1,0 +1,60 @@
+// Where the words of a query stand in the text of a file: decides about phrases and NEAR, which
+// postings cannot, and tells what to mark.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "host/query.h"
+#include "host/reader.h"
+
+namespace veska {
+
+// A word of a text that a word of the query matches.
+struct WordHit {
+  uint32_t ordinal;  // number of the word in the text, from 0
+  uint32_t word;     // number in Query::words
+  size_t offset;     // bytes
+  size_t length;     // bytes
+};
+
+// A part of a text to mark.
+struct Mark {
+  size_t begin;
+  size_t end;
+  uint32_t leaf;  // number in Query::leaves
+};
+
+// Both must outlive the finder. The text is split as the index splits it; each pass over a text is
+// linear in it, however the query looks.
+class HitFinder {
+ public:
+  HitFinder(const Reader& reader, const Query& query);
+
+  // All of them, by ordinal; a word of the text that several words of the query match comes for each.
+  std::vector<WordHit> find(std::string_view text) const;
+  // Whether the leaf holds in the text that the hits are from.
+  bool holds(const QueryLeaf& leaf, const std::vector<WordHit>& hits) const;
+  // What makes the file a result, by offset: of phrases and NEAR only the words that take part.
+  std::vector<Mark> marks(const std::vector<WordHit>& hits) const;
+
+ private:
+  struct Literal {
+    std::string_view text;
+    uint32_t word;
+  };
+
+  void matchWord(std::string_view folded, uint32_t ordinal, size_t offset,
+                 std::vector<WordHit>& hits) const;
+
+  const Reader& reader_;
+  const Query& query_;
+  std::vector<Literal> literals_;    // sorted by text
+  std::vector<uint32_t> wildcards_;  // numbers in Query::words
+  std::array<bool, 256> mayStart_{}; // whether some word can start with the byte
+};
+
+}  // namespace veska
