@@ -66,10 +66,14 @@ class PdfText {
 // What is told about a document that cannot be read in whole; null when there is nothing to tell.
 const char* problemOf(TextExtractor::State state) {
   switch (state) {
-    case TextExtractor::State::kUnreadable: return "OpenFailed";
-    case TextExtractor::State::kNoDocument: return "Damaged";
-    case TextExtractor::State::kNeedsPassword: return "PasswordNeeded";
-    case TextExtractor::State::kReady: break;
+    case TextExtractor::State::kUnreadable:
+      return "OpenFailed";
+    case TextExtractor::State::kNoDocument:
+      return "Damaged";
+    case TextExtractor::State::kNeedsPassword:
+      return "PasswordNeeded";
+    case TextExtractor::State::kReady:
+      break;
   }
   return nullptr;
 }

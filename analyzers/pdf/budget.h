@@ -1,5 +1,6 @@
-// What one document may cost. Every layer that does work in proportion to something a file says takes
-// it from here, so that a small hostile file ends soon whatever it nests, repeats or inflates.
+// What one document may cost. Every layer that does work in proportion to something a file says
+// takes it from here, so that a small hostile file ends soon whatever it nests, repeats or
+// inflates.
 
 #ifndef VESKA_ANALYZERS_PDF_BUDGET_H_
 #define VESKA_ANALYZERS_PDF_BUDGET_H_
@@ -9,11 +10,11 @@
 namespace veska::pdf {
 
 // Depths and sizes that no sound document reaches.
-inline constexpr int kMaxNesting = 64;          // arrays and dictionaries within each other
-inline constexpr int kMaxReferenceChain = 16;   // references that lead to references
-inline constexpr int kMaxFormDepth = 16;        // form XObjects within each other
-inline constexpr int kMaxPageTreeDepth = 64;    // nodes of the page tree within each other
-inline constexpr int kMaxFilters = 8;           // filters of one stream
+inline constexpr int kMaxNesting = 64;                  // arrays and dictionaries within each other
+inline constexpr int kMaxReferenceChain = 16;           // references that lead to references
+inline constexpr int kMaxFormDepth = 16;                // form XObjects within each other
+inline constexpr int kMaxPageTreeDepth = 64;            // nodes of the page tree within each other
+inline constexpr int kMaxFilters = 8;                   // filters of one stream
 inline constexpr uint64_t kMaxStreamBytes = 48u << 20;  // one stream, decoded
 
 class Budget {

@@ -37,8 +37,8 @@ Index readIndex(std::string_view font, size_t at) {
   index.offsetBytes = std::clamp<uint32_t>(numberAt(font, at + 2, 1), 1, 4);
   index.offsets = at + 3;
   index.data = index.offsets + (size_t{index.count} + 1) * index.offsetBytes - 1;
-  index.end = index.data +
-              numberAt(font, index.offsets + size_t{index.count} * index.offsetBytes, index.offsetBytes);
+  index.end = index.data + numberAt(font, index.offsets + size_t{index.count} * index.offsetBytes,
+                                    index.offsetBytes);
   return index;
 }
 
@@ -179,6 +179,8 @@ class CffReader {
 
 }  // namespace
 
-FontProgram readCff(std::string_view data, Budget& budget) { return CffReader(data, budget).read(); }
+FontProgram readCff(std::string_view data, Budget& budget) {
+  return CffReader(data, budget).read();
+}
 
 }  // namespace veska::pdf

@@ -18,8 +18,7 @@ uint32_t numberOf(std::string_view bytes) {
 }
 
 bool ends(const Lexer& lexer, const Token& token) {
-  return token.is(Kind::kEnd) ||
-         (token.is(Kind::kKeyword) && lexer.text(token).starts_with("end"));
+  return token.is(Kind::kEnd) || (token.is(Kind::kKeyword) && lexer.text(token).starts_with("end"));
 }
 
 std::u32string textOf(const Lexer& lexer, const Token& token) {

@@ -52,7 +52,8 @@ class CompositeFont : public Font {
     const Object descendants = document.get(dictionary, "DescendantFonts");
     Object descendant = descendants;
     if (descendants.array()) {
-      descendant = descendants.array()->empty() ? Object() : document.resolve(descendants.array()->front());
+      descendant =
+          descendants.array()->empty() ? Object() : document.resolve(descendants.array()->front());
     }
     if (!descendant.dictionary()) return;
     readWidths(*descendant.dictionary());
@@ -68,8 +69,8 @@ class CompositeFont : public Font {
     result.width = vertical_ ? 1 : widths_.get(cid, defaultWidth_);
     result.text = toUnicode_[code];
     if (result.text.empty() && codesAreUnicode_) {
-      // A view needs an object to look at: the map's own list of all characters would be too long, so
-      // the font keeps the latest one.
+      // A view needs an object to look at: the map's own list of all characters would be too long,
+      // so the font keeps the latest one.
       latest_ = codeBytes == 2 && identityText_ ? code : encoding_.unicodeOf(code, codeBytes);
       if (latest_ != 0) result.text = {&latest_, 1};
     } else if (result.text.empty() && !glyphTexts_.empty()) {

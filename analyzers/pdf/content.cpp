@@ -161,17 +161,33 @@ bool ContentInterpreter::executeState(uint32_t code, Resources& resources) {
       }
       return true;
     case op("cm"):
-      state_.matrix = Matrix{operand(5), operand(4), operand(3), operand(2), operand(1), operand(0)}
-                          .then(state_.matrix);
+      state_.matrix =
+          Matrix{operand(5), operand(4), operand(3), operand(2), operand(1), operand(0)}.then(
+              state_.matrix);
       return true;
-    case op("gs"): setFromState(nameOperand(0), resources); return true;
-    case op("Tc"): text.charSpace = operand(0); return true;
-    case op("Tw"): text.wordSpace = operand(0); return true;
-    case op("Tz"): text.scale = operand(0) / 100; return true;
-    case op("TL"): text.leading = operand(0); return true;
-    case op("Ts"): text.rise = operand(0); return true;
-    case op("Tf"): setFont(nameOperand(1), operand(0), resources); return true;
-    default: return false;
+    case op("gs"):
+      setFromState(nameOperand(0), resources);
+      return true;
+    case op("Tc"):
+      text.charSpace = operand(0);
+      return true;
+    case op("Tw"):
+      text.wordSpace = operand(0);
+      return true;
+    case op("Tz"):
+      text.scale = operand(0) / 100;
+      return true;
+    case op("TL"):
+      text.leading = operand(0);
+      return true;
+    case op("Ts"):
+      text.rise = operand(0);
+      return true;
+    case op("Tf"):
+      setFont(nameOperand(1), operand(0), resources);
+      return true;
+    default:
+      return false;
   }
 }
 
@@ -188,8 +204,8 @@ bool ContentInterpreter::executeText(uint32_t code, Resources&) {
       moveLine(operand(1), operand(0));
       return true;
     case op("Tm"):
-      textMatrix_ = lineMatrix_ = Matrix{operand(5), operand(4), operand(3),
-                                         operand(2), operand(1), operand(0)};
+      textMatrix_ = lineMatrix_ =
+          Matrix{operand(5), operand(4), operand(3), operand(2), operand(1), operand(0)};
       return true;
     case op("T*"):
       moveLine(0, -state_.text.leading);
@@ -219,12 +235,23 @@ bool ContentInterpreter::executeText(uint32_t code, Resources&) {
 
 void ContentInterpreter::executeMarks(uint32_t code, Resources& resources) {
   switch (code) {
-    case op("BMC"): beginMark(resources, false); break;
-    case op("BDC"): beginMark(resources, true); break;
-    case op("EMC"): endMark(); break;
-    case op("Do"): drawObject(nameOperand(0), resources); break;
-    case op("ID"): skipInlineImage(); break;
-    default: break;
+    case op("BMC"):
+      beginMark(resources, false);
+      break;
+    case op("BDC"):
+      beginMark(resources, true);
+      break;
+    case op("EMC"):
+      endMark();
+      break;
+    case op("Do"):
+      drawObject(nameOperand(0), resources);
+      break;
+    case op("ID"):
+      skipInlineImage();
+      break;
+    default:
+      break;
   }
 }
 

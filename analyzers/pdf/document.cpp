@@ -53,7 +53,8 @@ bool Document::openSecurity() {
     entries.emplace_back(key, resolve(value));
   }
   const Object ids = get(xref_->trailer(), "ID");
-  const Object first = ids.array() && !ids.array()->empty() ? resolve(ids.array()->front()) : Object();
+  const Object first =
+      ids.array() && !ids.array()->empty() ? resolve(ids.array()->front()) : Object();
   security_ = Security::open(Dictionary(std::move(entries)), first.string() ? *first.string() : "");
   cache_.clear();  // what was loaded so far was not decrypted
   objectStreams_.clear();
@@ -196,7 +197,8 @@ Object Document::decrypted(const Object& object, Reference id, int depth) const 
     entries.emplace_back(key, decrypted(value, id, depth + 1));
   }
   if (const Stream* stream = object.stream()) {
-    return Object(Stream{Dictionary(std::move(entries)), stream->offset, stream->length, stream->id});
+    return Object(
+        Stream{Dictionary(std::move(entries)), stream->offset, stream->length, stream->id});
   }
   return Object(Dictionary(std::move(entries)));
 }

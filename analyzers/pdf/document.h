@@ -33,7 +33,9 @@ class Document {
   // The object that a reference leads to, through any chain; any other object as it is.
   Object resolve(const Object& object);
   // The resolved value of a dictionary's entry.
-  Object get(const Dictionary& dictionary, std::string_view key) { return resolve(dictionary[key]); }
+  Object get(const Dictionary& dictionary, std::string_view key) {
+    return resolve(dictionary[key]);
+  }
 
   // The stream's bytes, decrypted and through its filters; at most maxBytes of them.
   std::string decode(const Stream& stream, uint64_t maxBytes = kMaxStreamBytes);
@@ -41,7 +43,8 @@ class Document {
   // The document's catalog (its root); empty when there is none.
   const Dictionary& catalog() const { return catalog_; }
 
-  // Rebuilds the cross-reference by scanning the file, once. Result: false when that was done before.
+  // Rebuilds the cross-reference by scanning the file, once. Result: false when that was done
+  // before.
   bool repair();
 
   // Object numbers are below this.

@@ -1,5 +1,5 @@
-// The named encodings of simple fonts (ISO 32000-1, annex D), the names of glyphs, and the widths of
-// the standard 14 fonts.
+// The named encodings of simple fonts (ISO 32000-1, annex D), the names of glyphs, and the widths
+// of the standard 14 fonts.
 
 #ifndef VESKA_ANALYZERS_PDF_ENCODINGS_H_
 #define VESKA_ANALYZERS_PDF_ENCODINGS_H_
@@ -35,10 +35,11 @@ std::span<const uint16_t> cffStandardNames();
 std::span<const uint16_t> cffExpertCharset();
 std::span<const uint16_t> cffExpertSubsetCharset();
 
-// The widths of the standard font that a font's name stands for or, when it is none, of the one that
-// is most like it by the descriptor's flags (ISO 32000-1, table 123): 224 widths in thousandths of the
-// font size, for the codes from 32 on. isText: they go by WinAnsi code; false for Symbol and
-// ZapfDingbats, which go by their own. Result: null for the Courier family, 600 wide all through.
+// The widths of the standard font that a font's name stands for or, when it is none, of the one
+// that is most like it by the descriptor's flags (ISO 32000-1, table 123): 224 widths in
+// thousandths of the font size, for the codes from 32 on. isText: they go by WinAnsi code; false
+// for Symbol and ZapfDingbats, which go by their own. Result: null for the Courier family, 600 wide
+// all through.
 const uint16_t* standardWidths(std::string_view baseFont, int64_t flags, bool& isText);
 
 }  // namespace veska::pdf

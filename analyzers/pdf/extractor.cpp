@@ -9,10 +9,14 @@ namespace {
 
 TextExtractor::State stateOf(Document::State state) {
   switch (state) {
-    case Document::State::kReady: return TextExtractor::State::kReady;
-    case Document::State::kUnreadable: return TextExtractor::State::kUnreadable;
-    case Document::State::kNoDocument: return TextExtractor::State::kNoDocument;
-    case Document::State::kNeedsPassword: return TextExtractor::State::kNeedsPassword;
+    case Document::State::kReady:
+      return TextExtractor::State::kReady;
+    case Document::State::kUnreadable:
+      return TextExtractor::State::kUnreadable;
+    case Document::State::kNoDocument:
+      return TextExtractor::State::kNoDocument;
+    case Document::State::kNeedsPassword:
+      return TextExtractor::State::kNeedsPassword;
   }
   return TextExtractor::State::kNoDocument;
 }

@@ -5,8 +5,8 @@
 //   std::u32string text;
 //   while (extractor.nextPage(text)) use(text);
 //
-// What it costs is bounded by the size of the file, whatever the file says; what is damaged gives the
-// text that can be had.
+// What it costs is bounded by the size of the file, whatever the file says; what is damaged gives
+// the text that can be had.
 
 #ifndef VESKA_ANALYZERS_PDF_EXTRACTOR_H_
 #define VESKA_ANALYZERS_PDF_EXTRACTOR_H_
@@ -35,9 +35,9 @@ class TextExtractor {
   State open(const std::string& path);
   State openBytes(std::string_view bytes);
 
-  // Replaces text by that of the next page in reading order, as code points: words end with a blank,
-  // lines with a line feed. Empty for a page without text. Result: false after the last page.
-  // REQUIRES: open answered kReady.
+  // Replaces text by that of the next page in reading order, as code points: words end with a
+  // blank, lines with a line feed. Empty for a page without text. Result: false after the last
+  // page. REQUIRES: open answered kReady.
   bool nextPage(std::u32string& text);
 
   // Whether something was left out because the document would have cost too much.

@@ -11,17 +11,23 @@ namespace veska::pdf {
 namespace {
 
 constexpr std::pair<std::string_view, Filter> kFilterNames[] = {
-    {"FlateDecode", Filter::kFlate},       {"Fl", Filter::kFlate},
-    {"LZWDecode", Filter::kLzw},           {"LZW", Filter::kLzw},
-    {"ASCII85Decode", Filter::kAscii85},   {"A85", Filter::kAscii85},
-    {"ASCIIHexDecode", Filter::kAsciiHex}, {"AHx", Filter::kAsciiHex},
-    {"RunLengthDecode", Filter::kRunLength}, {"RL", Filter::kRunLength},
+    {"FlateDecode", Filter::kFlate},
+    {"Fl", Filter::kFlate},
+    {"LZWDecode", Filter::kLzw},
+    {"LZW", Filter::kLzw},
+    {"ASCII85Decode", Filter::kAscii85},
+    {"A85", Filter::kAscii85},
+    {"ASCIIHexDecode", Filter::kAsciiHex},
+    {"AHx", Filter::kAsciiHex},
+    {"RunLengthDecode", Filter::kRunLength},
+    {"RL", Filter::kRunLength},
     {"Crypt", Filter::kNone},
 };
 
 constexpr size_t kChunkBytes = 32 << 10;
 
-// Inflates with the given zlib window bits. Result: whether anything came out or the input ended well.
+// Inflates with the given zlib window bits. Result: whether anything came out or the input ended
+// well.
 bool inflateAll(std::string_view input, int windowBits, uint64_t maxBytes, std::string& output) {
   z_stream stream{};
   if (inflateInit2(&stream, windowBits) != Z_OK) return false;
@@ -91,7 +97,9 @@ void decodeLzw(std::string_view input, bool earlyChange, uint64_t maxBytes, std:
       previous.length = 0;
       continue;
     }
-    const Piece current{output.size(), code < 256 ? 1 : code < next ? table[code].length : previous.length + 1};
+    const Piece current{output.size(), code < 256    ? 1
+                                       : code < next ? table[code].length
+                                                     : previous.length + 1};
     if (code < 256) {
       output += static_cast<char>(code);
     } else if (code < next || (code == next && previous.length > 0)) {
@@ -100,7 +108,8 @@ void decodeLzw(std::string_view input, bool earlyChange, uint64_t maxBytes, std:
     } else {
       return;  // a code that stands for nothing yet
     }
-    if (previous.length > 0 && next < kTableSize) table[next++] = {previous.at, previous.length + 1};
+    if (previous.length > 0 && next < kTableSize)
+      table[next++] = {previous.at, previous.length + 1};
     const unsigned full = next + (earlyChange ? 1 : 0);
     bits = full >= 2048 ? 12 : full >= 1024 ? 11 : full >= 512 ? 10 : 9;
     previous = current;
@@ -162,13 +171,26 @@ std::string applyFilter(Filter filter, const PredictorParameters& parameters,
                         std::string_view input, uint64_t maxBytes) {
   std::string output;
   switch (filter) {
-    case Filter::kNone: output = input.substr(0, maxBytes); break;
-    case Filter::kFlate: decodeFlate(input, maxBytes, output); break;
-    case Filter::kLzw: decodeLzw(input, parameters.earlyChange, maxBytes, output); break;
-    case Filter::kAscii85: decodeAscii85(input, maxBytes, output); break;
-    case Filter::kAsciiHex: decodeAsciiHex(input, maxBytes, output); break;
-    case Filter::kRunLength: decodeRunLength(input, maxBytes, output); break;
-    case Filter::kImage: break;
+    case Filter::kNone:
+      output = input.substr(0, maxBytes);
+      break;
+    case Filter::kFlate:
+      decodeFlate(input, maxBytes, output);
+      break;
+    case Filter::kLzw:
+      decodeLzw(input, parameters.earlyChange, maxBytes, output);
+      break;
+    case Filter::kAscii85:
+      decodeAscii85(input, maxBytes, output);
+      break;
+    case Filter::kAsciiHex:
+      decodeAsciiHex(input, maxBytes, output);
+      break;
+    case Filter::kRunLength:
+      decodeRunLength(input, maxBytes, output);
+      break;
+    case Filter::kImage:
+      break;
   }
   if (filter == Filter::kFlate || filter == Filter::kLzw) undoPredictor(parameters, output);
   return output;

@@ -32,8 +32,8 @@ void decodeAscii85(std::string_view input, uint64_t maxBytes, std::string& outpu
 void decodeAsciiHex(std::string_view input, uint64_t maxBytes, std::string& output);
 void decodeRunLength(std::string_view input, uint64_t maxBytes, std::string& output);
 
-// Takes back the prediction in place. Rows that are cut short are kept as far as they go; parameters
-// that make no sense leave the data as it is.
+// Takes back the prediction in place. Rows that are cut short are kept as far as they go;
+// parameters that make no sense leave the data as it is.
 void undoPredictor(const PredictorParameters& parameters, std::string& data);
 
 // Decodes input through one filter. Result: at most maxBytes; empty for kImage.

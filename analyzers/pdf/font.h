@@ -1,5 +1,5 @@
-// Fonts as far as text goes (ISO 32000-1, 9.5 to 9.10): cuts a shown string into characters and tells
-// for each what it says and how far it moves on.
+// Fonts as far as text goes (ISO 32000-1, 9.5 to 9.10): cuts a shown string into characters and
+// tells for each what it says and how far it moves on.
 
 #ifndef VESKA_ANALYZERS_PDF_FONT_H_
 #define VESKA_ANALYZERS_PDF_FONT_H_
@@ -34,8 +34,8 @@ class Font {
   // Text runs downwards, and widths are heights.
   bool vertical() const { return vertical_; }
 
-  // What to multiply the font size with to get the size that its letters appear in; not 1 for Type 3
-  // fonts, which have a scale of their own.
+  // What to multiply the font size with to get the size that its letters appear in; not 1 for Type
+  // 3 fonts, which have a scale of their own.
   double emScale() const { return emScale_; }
 
   // About how much memory it takes, in bytes.

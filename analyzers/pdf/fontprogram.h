@@ -1,6 +1,6 @@
-// What an embedded font program says about the meaning of its glyphs, for the fonts whose dictionary
-// is silent about it: the built-in encoding of Type 1 and CFF fonts, the character map of TrueType
-// fonts turned round.
+// What an embedded font program says about the meaning of its glyphs, for the fonts whose
+// dictionary is silent about it: the built-in encoding of Type 1 and CFF fonts, the character map
+// of TrueType fonts turned round.
 
 #ifndef VESKA_ANALYZERS_PDF_FONTPROGRAM_H_
 #define VESKA_ANALYZERS_PDF_FONTPROGRAM_H_

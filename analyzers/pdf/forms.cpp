@@ -1,5 +1,5 @@
-// What content streams bring in from elsewhere (form XObjects, annotations) and what marks say about
-// their parts (text that replaces glyphs, layers that are switched off).
+// What content streams bring in from elsewhere (form XObjects, annotations) and what marks say
+// about their parts (text that replaces glyphs, layers that are switched off).
 
 #include <algorithm>
 #include <cmath>
@@ -13,6 +13,7 @@ namespace {
 using Kind = Token::Kind;
 
 constexpr size_t kMaxMarks = 256;
+constexpr uint64_t kFormSteps = 256;  // what it takes to open one
 constexpr size_t kMaxHiddenGroups = 65536;
 constexpr int64_t kAnnotationHidden = 2, kAnnotationNoView = 32;
 
@@ -50,7 +51,9 @@ void ContentInterpreter::drawObject(std::string_view name, Resources& resources)
 
 void ContentInterpreter::drawForm(const Stream& form, const Matrix& placed,
                                   const Resources* outer) {
-  if (formDepth_ >= kMaxFormDepth || !activeForms_.insert(form.offset).second) return;
+  if (formDepth_ >= kMaxFormDepth || !document_.budget().takeSteps(kFormSteps) ||
+      !activeForms_.insert(form.offset).second)
+    return;
   ++formDepth_;
   Object dictionary = document_.get(form.dictionary, "Resources");
   if (!dictionary.dictionary() && outer) dictionary = outer->dictionary;
@@ -196,7 +199,8 @@ void ContentInterpreter::readHiddenGroups() {
   const auto forEach = [this](const Object& groups, const auto& visit) {
     if (!groups.array()) return;
     for (const Object& group : *groups.array()) {
-      if (group.reference() && hiddenGroups_.size() < kMaxHiddenGroups) visit(group.reference()->number);
+      if (group.reference() && hiddenGroups_.size() < kMaxHiddenGroups)
+        visit(group.reference()->number);
     }
   };
   if (document_.get(*configuration.dictionary(), "BaseState").isName("OFF")) {

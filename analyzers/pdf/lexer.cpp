@@ -27,7 +27,8 @@ int hexDigit(char c) {
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-constexpr double kPowers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18};
+constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8, 1e9,
+                              1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18};
 
 }  // namespace
 
@@ -116,7 +117,9 @@ Token Lexer::number() {
       break;
     }
   }
-  while (at < size && classOf(bytes[at]) == kRegular && (bytes[at] == '-' || bytes[at] == '.' || (at > begin && isDigit(bytes[at])))) ++at;
+  while (at < size && classOf(bytes[at]) == kRegular &&
+         (bytes[at] == '-' || bytes[at] == '.' || (at > begin && isDigit(bytes[at]))))
+    ++at;
   if (at == size) touchedEnd_ = true;
   const bool ends = at == size || classOf(bytes[at]) != kRegular;
   if (digits == 0 && !point && !ends) return keyword();
@@ -140,7 +143,9 @@ Token Lexer::literalString() {
   const uint64_t size = input_.size();
   const uint64_t begin = ++position_;
   uint64_t at = begin;
-  while (at < size && bytes[at] != ')' && bytes[at] != '(' && bytes[at] != '\\' && bytes[at] != '\r') ++at;
+  while (at < size && bytes[at] != ')' && bytes[at] != '(' && bytes[at] != '\\' &&
+         bytes[at] != '\r')
+    ++at;
   if (at < size && bytes[at] == ')') {  // nothing to decode
     position_ = at + 1;
     return {.kind = Token::Kind::kString, .length = static_cast<uint32_t>(at - begin), .at = begin};
@@ -172,16 +177,28 @@ void Lexer::escape() {
   if (position_ >= input_.size()) return;
   const char c = input_[position_++];
   switch (c) {
-    case 'n': decoded_ += '\n'; return;
-    case 'r': decoded_ += '\r'; return;
-    case 't': decoded_ += '\t'; return;
-    case 'b': decoded_ += '\b'; return;
-    case 'f': decoded_ += '\f'; return;
-    case '\n': return;
+    case 'n':
+      decoded_ += '\n';
+      return;
+    case 'r':
+      decoded_ += '\r';
+      return;
+    case 't':
+      decoded_ += '\t';
+      return;
+    case 'b':
+      decoded_ += '\b';
+      return;
+    case 'f':
+      decoded_ += '\f';
+      return;
+    case '\n':
+      return;
     case '\r':
       if (position_ < input_.size() && input_[position_] == '\n') ++position_;
       return;
-    default: break;
+    default:
+      break;
   }
   if (c < '0' || c > '7') {
     decoded_ += c;

@@ -16,8 +16,8 @@ struct Token {
     kEnd,
     kInteger,
     kReal,
-    kString,   // literal or hexadecimal, decoded
-    kName,     // without the slash, decoded
+    kString,  // literal or hexadecimal, decoded
+    kName,    // without the slash, decoded
     kKeyword,
     kArrayBegin,
     kArrayEnd,

@@ -97,8 +97,8 @@ std::string digest(Digest kind, std::string_view input) {
                                                       : f.sha512();
   std::string output(EVP_MAX_MD_SIZE, '\0');
   unsigned int length = 0;
-  if (f.Digest(input.data(), input.size(), reinterpret_cast<unsigned char*>(output.data()),
-               &length, algorithm, nullptr) != 1) {
+  if (f.Digest(input.data(), input.size(), reinterpret_cast<unsigned char*>(output.data()), &length,
+               algorithm, nullptr) != 1) {
     return {};
   }
   output.resize(length);

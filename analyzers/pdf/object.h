@@ -74,11 +74,11 @@ class Object {
   bool boolean(bool otherwise) const;
   int64_t integer(int64_t otherwise) const;  // a real is cut, and out of range `otherwise`
   double number(double otherwise) const;
-  std::string_view name() const;                          // else empty
+  std::string_view name() const;  // else empty
   const std::string* string() const { return std::get_if<std::string>(&value_); }
   const Reference* reference() const { return std::get_if<Reference>(&value_); }
   const Array* array() const;
-  const Dictionary* dictionary() const;                   // a stream's dictionary too
+  const Dictionary* dictionary() const;  // a stream's dictionary too
   const Stream* stream() const;
 
  private:

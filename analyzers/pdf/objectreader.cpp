@@ -118,9 +118,10 @@ std::string decodeStream(const Dictionary& dictionary, std::string_view raw, uin
     if (kind == Filter::kImage) return {};
     const PredictorParameters predictor =
         own.dictionary() ? parametersOf(*own.dictionary(), resolve) : PredictorParameters();
-    const uint64_t limit = std::min({i + 1 < count ? kMaxStreamBytes : maxBytes, kMaxStreamBytes,
-                                     budget.decodedBytesLeft()});
-    std::string decoded = applyFilter(kind, predictor, i == 0 ? raw : std::string_view(data), limit);
+    const uint64_t limit = std::min(
+        {i + 1 < count ? kMaxStreamBytes : maxBytes, kMaxStreamBytes, budget.decodedBytesLeft()});
+    std::string decoded =
+        applyFilter(kind, predictor, i == 0 ? raw : std::string_view(data), limit);
     data = std::move(decoded);
     budget.takeDecoded(data.size());
   }

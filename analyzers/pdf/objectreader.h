@@ -41,7 +41,8 @@ class ObjectReader {
 };
 
 // Decodes the stream's raw bytes (decrypted already) through all its filters. resolve: follows
-// references in the dictionary. Result: at most maxBytes, taken from the budget; empty for pictures.
+// references in the dictionary. Result: at most maxBytes, taken from the budget; empty for
+// pictures.
 std::string decodeStream(const Dictionary& dictionary, std::string_view raw, uint64_t maxBytes,
                          Budget& budget, const std::function<Object(const Object&)>& resolve);
 

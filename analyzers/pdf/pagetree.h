@@ -12,7 +12,7 @@ namespace veska::pdf {
 
 struct Page {
   Dictionary dictionary;
-  Object resources;                                    // a dictionary, or null
+  Object resources;                                     // a dictionary, or null
   double left = 0, bottom = 0, right = 612, top = 792;  // media box, in the page's own units
 };
 

@@ -53,8 +53,8 @@ Object Parser::numberOrReference(const Token& token) {
   if (isCount(generation)) {
     const Token keyword = lexer_.next();
     if (keyword.is(Kind::kKeyword) && lexer_.text(keyword) == "R") {
-      return Object(Reference{static_cast<uint32_t>(token.number),
-                              static_cast<uint32_t>(generation.number)});
+      return Object(
+          Reference{static_cast<uint32_t>(token.number), static_cast<uint32_t>(generation.number)});
     }
   }
   lexer_.seek(after);

@@ -31,11 +31,20 @@ void restorePngRow(int type, char* row, const char* above, size_t count, size_t 
     const int upLeft = above && i >= pixelBytes ? byteAt(above, i - pixelBytes) : 0;
     int predicted = 0;
     switch (type) {
-      case 1: predicted = left; break;
-      case 2: predicted = up; break;
-      case 3: predicted = (left + up) / 2; break;
-      case 4: predicted = paeth(left, up, upLeft); break;
-      default: return;
+      case 1:
+        predicted = left;
+        break;
+      case 2:
+        predicted = up;
+        break;
+      case 3:
+        predicted = (left + up) / 2;
+        break;
+      case 4:
+        predicted = paeth(left, up, upLeft);
+        break;
+      default:
+        return;
     }
     row[i] = static_cast<char>(byteAt(row, i) + predicted);
   }

@@ -22,11 +22,11 @@ constexpr double kLeading = 2.2;         // from one line of a block to the next
 constexpr double kMaxLetterSpace = 0.4;  // between letters that are set apart
 constexpr double kLetterSpaceSlack = 1.3;
 
-constexpr double kMarginGap = 0.7;       // before text of another size that is no part of the line
-constexpr double kScriptRatio = 2.2;     // letters so much larger stand over several lines
-constexpr double kInitial = 1.8;         // letters so much larger may begin a paragraph
+constexpr double kMarginGap = 0.7;    // before text of another size that is no part of the line
+constexpr double kScriptRatio = 2.2;  // letters so much larger stand over several lines
+constexpr double kInitial = 1.8;      // letters so much larger may begin a paragraph
 constexpr double kInitialGap = 0.3;
-constexpr double kRestLeading = 2.2;     // to the second half of a divided word at most
+constexpr double kRestLeading = 2.2;  // to the second half of a divided word at most
 
 constexpr size_t kMaxSearchedLines = 2000;
 constexpr size_t kMaxOrderedBlocks = 400;  // the order takes time in the square of this
@@ -50,7 +50,8 @@ void TextPage::write(std::u32string& out) {
   written_.assign(lines_.size(), 0);
   std::vector<uint32_t> sequence;
   for (const uint32_t block : blockOrder()) {
-    for (uint32_t i = 0; i < blocks_[block].count; ++i) sequence.push_back(blocks_[block].begin + i);
+    for (uint32_t i = 0; i < blocks_[block].count; ++i)
+      sequence.push_back(blocks_[block].begin + i);
   }
   const Line* last = nullptr;
   for (size_t i = 0; i < sequence.size(); ++i) {
@@ -109,8 +110,8 @@ bool TextPage::continues(const Line& line, const Word& word) const {
   return across < kSameBase * size || gap < 0.5 * size;
 }
 
-// Pieces of one base line that were drawn at different times become one line. Sorted by base line, the
-// pieces of one stand together.
+// Pieces of one base line that were drawn at different times become one line. Sorted by base line,
+// the pieces of one stand together.
 void TextPage::mergeLines() {
   if (lines_.size() < 2) return;
   std::vector<uint32_t> sorted(lines_.size());
@@ -160,21 +161,21 @@ void TextPage::mergeLines() {
   if (merged) std::erase_if(lines_, [](const Line& line) { return line.count == 0; });
 }
 
-// The words of all lines of the group, sorted, take the place of the line that was drawn first. Words
-// that were drawn twice count once.
+// The words of all lines of the group, sorted, take the place of the line that was drawn first.
+// Words that were drawn twice count once.
 void TextPage::mergeGroup(const std::vector<uint32_t>& group) {
   std::vector<uint32_t> words;
   Line& target = lines_[*std::min_element(group.begin(), group.end())];
   for (const uint32_t index : group) {
     Line& line = lines_[index];
-    words.insert(words.end(), order_.begin() + line.begin, order_.begin() + line.begin + line.count);
+    words.insert(words.end(), order_.begin() + line.begin,
+                 order_.begin() + line.begin + line.count);
     target.from = std::min(target.from, line.from);
     target.to = std::max(target.to, line.to);
     line.count = 0;
   }
-  std::stable_sort(words.begin(), words.end(), [this](uint32_t a, uint32_t b) {
-    return words_[a].from < words_[b].from;
-  });
+  std::stable_sort(words.begin(), words.end(),
+                   [this](uint32_t a, uint32_t b) { return words_[a].from < words_[b].from; });
   target.begin = static_cast<uint32_t>(order_.size());
   for (const uint32_t index : words) {
     const Word& word = words_[index];
@@ -205,7 +206,8 @@ void TextPage::findBlocks() {
         continue;
       }
     }
-    blocks_.push_back({i, 1, line.from, line.to, line.base + 0.7 * line.size, line.base, line.angle});
+    blocks_.push_back(
+        {i, 1, line.from, line.to, line.base + 0.7 * line.size, line.base, line.angle});
   }
 }
 
@@ -245,8 +247,8 @@ std::vector<uint32_t> TextPage::blockOrder() const {
   return order;
 }
 
-// From which gap on two words of the line have a blank between them. A line of single letters may be
-// a word whose letters are set apart.
+// From which gap on two words of the line have a blank between them. A line of single letters may
+// be a word whose letters are set apart.
 double TextPage::spaceThreshold(const Line& line) const {
   double least = 1e9;
   for (uint32_t i = 0; i < line.count && line.count > 1; ++i) {
@@ -276,9 +278,9 @@ bool TextPage::endsDivided(const std::u32string& out) const {
   return out.size() >= 2 && isHyphen(out.back()) && isLetter(out[out.size() - 2]);
 }
 
-// The line that the word goes on in which is divided at the end of `line`: the one right below it, of
-// several the one that begins most like it; else `next`, the next one in reading order, when that is
-// at the top of another column. divided: the letter before the hyphen.
+// The line that the word goes on in which is divided at the end of `line`: the one right below it,
+// of several the one that begins most like it; else `next`, the next one in reading order, when
+// that is at the top of another column. divided: the letter before the hyphen.
 const TextPage::Line* TextPage::findRest(const Line& line, uint32_t next, char32_t divided) const {
   const Line* best = nullptr;
   double bestDown = kRestLeading * line.size;
@@ -301,7 +303,8 @@ const TextPage::Line* TextPage::findRest(const Line& line, uint32_t next, char32
   const Line& other = lines_[next];
   const bool elsewhere = other.angle != line.angle || other.base > line.base + line.size ||
                          other.base < line.base - kSameBase * line.size;
-  return written_[next] == 0 && elsewhere && canFollow(divided, firstChar(other)) ? &other : nullptr;
+  return written_[next] == 0 && elsewhere && canFollow(divided, firstChar(other)) ? &other
+                                                                                  : nullptr;
 }
 
 // Writes the first word of the line in place of the hyphen.
@@ -319,8 +322,9 @@ void TextPage::writeRest(const Line& rest, std::u32string& out) {
 uint32_t TextPage::firstWordEnd(const Line& line) const {
   const double threshold = spaceThreshold(line);
   uint32_t end = 1;
-  while (end < line.count && words_[order_[line.begin + end]].from -
-                                     words_[order_[line.begin + end - 1]].to < threshold) {
+  while (end < line.count &&
+         words_[order_[line.begin + end]].from - words_[order_[line.begin + end - 1]].to <
+             threshold) {
     ++end;
   }
   return end;

@@ -1,4 +1,5 @@
-// Finding the objects of a file whose cross-reference is damaged or missing: every "N G obj" counts.
+// Finding the objects of a file whose cross-reference is damaged or missing: every "N G obj"
+// counts.
 
 #include <algorithm>
 
@@ -14,7 +15,8 @@ constexpr uint64_t kScannedBytesPerStep = 4;
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-// Reads the decimal number that ends before `end`, moving end to its start. Result: false if none does.
+// Reads the decimal number that ends before `end`, moving end to its start. Result: false if none
+// does.
 bool numberBefore(std::string_view bytes, size_t& end, uint64_t& value) {
   size_t begin = end;
   while (begin > 0 && isWhiteSpace(bytes[begin - 1])) --begin;
@@ -73,8 +75,8 @@ void Xref::repair() {
 void Xref::scanObject(uint64_t from, std::string_view bytes, size_t at) {
   size_t begin = at;
   uint64_t generation = 0, number = 0;
-  if (at == 0 || bytes[at - 1] == 'd' || !numberBefore(bytes, begin, generation) ||
-      begin == 0 || !isWhiteSpace(bytes[begin - 1]) || !numberBefore(bytes, begin, number) ||
+  if (at == 0 || bytes[at - 1] == 'd' || !numberBefore(bytes, begin, generation) || begin == 0 ||
+      !isWhiteSpace(bytes[begin - 1]) || !numberBefore(bytes, begin, number) ||
       !reader_.budget().takeSteps(32)) {
     return;
   }

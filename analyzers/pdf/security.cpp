@@ -85,14 +85,14 @@ bool Security::findKey(const Dictionary& encrypt, std::string_view fileId) {
 }
 
 // Algorithms 2, 4 and 5: the key, and whether it is the right one.
-bool Security::findKeyFromMd5(const Dictionary& encrypt, std::string_view fileId,
-                              size_t keyBytes) {
+bool Security::findKeyFromMd5(const Dictionary& encrypt, std::string_view fileId, size_t keyBytes) {
   const std::string_view owner = stringOf(encrypt, "O"), user = stringOf(encrypt, "U");
   if (owner.size() < 32 || user.size() < 16) return false;
   const auto permissions = static_cast<uint32_t>(encrypt["P"].integer(0));
   std::string seed(kPadding);
   seed += owner.substr(0, 32);
-  for (int shift = 0; shift < 32; shift += 8) seed += static_cast<char>(permissions >> shift & 0xFF);
+  for (int shift = 0; shift < 32; shift += 8)
+    seed += static_cast<char>(permissions >> shift & 0xFF);
   seed += fileId;
   if (revision_ >= 4 && !encrypt["EncryptMetadata"].boolean(true)) seed += "\xFF\xFF\xFF\xFF";
   key_ = digest(Digest::kMd5, seed);

@@ -10,6 +10,9 @@ namespace {
 
 using Kind = Token::Kind;
 
+// Fonts of one content stream that are kept at hand, whatever the cache forgets.
+constexpr size_t kMaxKnownFonts = 128;
+
 // The direction (x, y) in degrees, 0 to 359.
 int angleOf(double x, double y) {
   if (std::fabs(y) <= 1e-3 * std::fabs(x)) return x >= 0 ? 0 : 180;
@@ -24,11 +27,16 @@ struct Direction {
 
 Direction directionOf(int degrees) {
   switch (degrees) {
-    case 0: return {1, 0};
-    case 90: return {0, 1};
-    case 180: return {-1, 0};
-    case 270: return {0, -1};
-    default: return {std::cos(degrees * M_PI / 180), std::sin(degrees * M_PI / 180)};
+    case 0:
+      return {1, 0};
+    case 90:
+      return {0, 1};
+    case 180:
+      return {-1, 0};
+    case 270:
+      return {0, -1};
+    default:
+      return {std::cos(degrees * M_PI / 180), std::sin(degrees * M_PI / 180)};
   }
 }
 
@@ -43,6 +51,7 @@ void ContentInterpreter::setFont(std::string_view name, double size, Resources& 
     text.font = known->second;
     return;
   }
+  if (resources.knownFonts.size() >= kMaxKnownFonts) resources.knownFonts.clear();
   const Dictionary* const fonts = resources.fonts.dictionary();
   text.font = fonts ? fonts_.get((*fonts)[name]) : nullptr;
   resources.knownFonts.emplace(key, text.font);
@@ -74,8 +83,7 @@ void ContentInterpreter::beginRun() {
   const bool vertical = text.font->vertical();
   const double x = vertical ? -m.c : m.a, y = vertical ? -m.d : m.b;
   alongPerUnit_ = std::hypot(x, y);
-  const double size =
-      std::fabs(text.size) * std::hypot(m.c, m.d) * std::fabs(text.font->emScale());
+  const double size = std::fabs(text.size) * std::hypot(m.c, m.d) * std::fabs(text.font->emScale());
   if (!(alongPerUnit_ > 0) || !(size > 1e-6) || !std::isfinite(size)) return;
 
   run_.angle = angleOf(x, y);
@@ -85,12 +93,15 @@ void ContentInterpreter::beginRun() {
   run_.base = originY * along.x - originX * along.y;
   run_.size = size;
   run_.font = text.font.get();
-  const double cornersAlong[] = {left_ * along.x, right_ * along.x, bottom_ * along.y, top_ * along.y};
-  minAlong_ = std::min(cornersAlong[0], cornersAlong[1]) + std::min(cornersAlong[2], cornersAlong[3]);
-  maxAlong_ = std::max(cornersAlong[0], cornersAlong[1]) + std::max(cornersAlong[2], cornersAlong[3]);
+  const double cornersAlong[] = {left_ * along.x, right_ * along.x, bottom_ * along.y,
+                                 top_ * along.y};
+  minAlong_ =
+      std::min(cornersAlong[0], cornersAlong[1]) + std::min(cornersAlong[2], cornersAlong[3]);
+  maxAlong_ =
+      std::max(cornersAlong[0], cornersAlong[1]) + std::max(cornersAlong[2], cornersAlong[3]);
   const bool inside = originX > left_ - size && originX < right_ + size &&
                       originY > bottom_ - size && originY < top_ + size;
-  const bool across = run_.angle % 180 == 0 ? originY > bottom_ - size && originY < top_ + size
+  const bool across = run_.angle % 180 == 0  ? originY > bottom_ - size && originY < top_ + size
                       : run_.angle % 90 == 0 ? originX > left_ - size && originX < right_ + size
                                              : inside;
   runVisible_ = across && hiddenMarks_ == 0;

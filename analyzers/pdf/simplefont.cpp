@@ -20,7 +20,7 @@ constexpr double kTypicalWidth = 0.5;
 
 struct NumericName {
   char prefix;
-  int decimal;      // -1 when the digits are not all decimal
+  int decimal;  // -1 when the digits are not all decimal
   int hexadecimal;
 };
 
@@ -88,8 +88,7 @@ class SimpleFont : public Font {
   void readTexts();
   void readEncoding(TextMap& named, const EncodingTable*& base);
   void readDifferences(const Array& differences, TextMap& named);
-  void readNumericNames(const std::vector<std::pair<uint32_t, std::string>>& names,
-                        TextMap& named);
+  void readNumericNames(const std::vector<std::pair<uint32_t, std::string>>& names, TextMap& named);
   const FontProgram& program();
   const EncodingTable& defaultEncoding() const;
   void readWidths();

@@ -1,5 +1,5 @@
-// From the codes of a font's characters to the text that they stand for: mostly one code point each,
-// sometimes several (a ligature, a whole syllable).
+// From the codes of a font's characters to the text that they stand for: mostly one code point
+// each, sometimes several (a ligature, a whole syllable).
 
 #ifndef VESKA_ANALYZERS_PDF_TEXTMAP_H_
 #define VESKA_ANALYZERS_PDF_TEXTMAP_H_
@@ -24,7 +24,9 @@ class TextMap {
   bool empty() const { return empty_; }
 
   // About how much memory it takes, in bytes.
-  size_t memory() const { return blockCount_ * sizeof(Block) + longCodes_.size() * 64 + pool_.size() * 4; }
+  size_t memory() const {
+    return blockCount_ * sizeof(Block) + longCodes_.size() * 64 + pool_.size() * 4;
+  }
 
   static constexpr size_t kMaxLength = 32;
 

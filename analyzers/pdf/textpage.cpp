@@ -13,7 +13,7 @@ constexpr double kWordOverlap = 0.5;     // so far back is another place
 constexpr double kSameBase = 0.05;       // base lines that differ less are one
 constexpr double kDuplicateAlong = 0.1;  // a glyph so close to the same one is drawn twice
 constexpr double kDuplicateAcross = 0.2;
-constexpr double kAccentAcross = 0.7;    // an accent may be raised so far above its letter
+constexpr double kAccentAcross = 0.7;  // an accent may be raised so far above its letter
 
 }  // namespace
 
@@ -74,7 +74,8 @@ void TextPage::addPart(std::u32string_view text, double from, double to) {
     if (runChanged_ || gap > kWordGap * run_.size || gap < -kWordOverlap * run_.size) closeWord();
   }
   if (!open_) {
-    words_.push_back({from, to, run_.base, run_.size, static_cast<uint32_t>(text_.size()), 0, run_.angle});
+    words_.push_back(
+        {from, to, run_.base, run_.size, static_cast<uint32_t>(text_.size()), 0, run_.angle});
     open_ = true;
     runChanged_ = false;
   }
@@ -90,7 +91,9 @@ void TextPage::addPart(std::u32string_view text, double from, double to) {
 bool TextPage::combine(char32_t c, double from, double to) {
   Word& word = words_.back();
   const double center = (from + to) / 2, lastCenter = (lastFrom_ + word.to) / 2;
-  if (std::fabs(center - lastCenter) > 0.4 * run_.size || (c < 0x80 && text_.back() < 0x80 && c != '^' && c != '`')) return false;
+  if (std::fabs(center - lastCenter) > 0.4 * run_.size ||
+      (c < 0x80 && text_.back() < 0x80 && c != '^' && c != '`'))
+    return false;
   char32_t letter = 0;
   if (const char32_t mark = combiningMark(c)) {
     letter = composed(text_.back(), mark);

@@ -1,10 +1,10 @@
 // The text of a page, from glyphs at places to words in reading order.
 //
-// Glyphs come in the order in which they are drawn. What is close to each other becomes a word; words
-// on one base line become a line, even when they were drawn at different times; lines below each other
-// become a block; and blocks are read in the order in which they were drawn, but never one that stands
-// below another one before it. Positions are taken along the direction of the text and across it, so
-// that text that runs upwards is read like any other.
+// Glyphs come in the order in which they are drawn. What is close to each other becomes a word;
+// words on one base line become a line, even when they were drawn at different times; lines below
+// each other become a block; and blocks are read in the order in which they were drawn, but never
+// one that stands below another one before it. Positions are taken along the direction of the text
+// and across it, so that text that runs upwards is read like any other.
 
 #ifndef VESKA_ANALYZERS_PDF_TEXTPAGE_H_
 #define VESKA_ANALYZERS_PDF_TEXTPAGE_H_
@@ -18,9 +18,9 @@ namespace veska::pdf {
 
 // Where a run of glyphs begins.
 struct TextRun {
-  int angle = 0;         // direction of the text in degrees, 0 to 359
-  double base = 0;       // of the base line, across the text; larger is further up
-  double size = 0;       // of the letters
+  int angle = 0;    // direction of the text in degrees, 0 to 359
+  double base = 0;  // of the base line, across the text; larger is further up
+  double size = 0;  // of the letters
   const void* font = nullptr;
 };
 

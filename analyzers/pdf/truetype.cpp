@@ -32,10 +32,11 @@ std::string_view findTable(std::string_view font, std::string_view tag) {
 template <typename Visit>
 void visitFormat4(std::string_view table, Budget& budget, const Visit& visit) {
   const uint32_t segments = numberAt(table, 6, 2) / 2;
-  const size_t ends = 14, starts = 16 + 2 * size_t{segments}, deltas = starts + 2 * size_t{segments},
-               ranges = deltas + 2 * size_t{segments};
+  const size_t ends = 14, starts = 16 + 2 * size_t{segments},
+               deltas = starts + 2 * size_t{segments}, ranges = deltas + 2 * size_t{segments};
   for (size_t i = 0; i < segments; ++i) {
-    const uint32_t first = numberAt(table, starts + 2 * i, 2), last = numberAt(table, ends + 2 * i, 2);
+    const uint32_t first = numberAt(table, starts + 2 * i, 2),
+                   last = numberAt(table, ends + 2 * i, 2);
     const uint32_t delta = numberAt(table, deltas + 2 * i, 2);
     const uint32_t range = numberAt(table, ranges + 2 * i, 2);
     for (uint32_t code = first; code <= last && code < 0xFFFF; ++code) {

@@ -23,8 +23,8 @@ bool isHyphen(char32_t c);
 // combining mark gives itself; 0 for all else.
 char32_t combiningMark(char32_t accent);
 
-// The letter made of a base letter and a combining mark; 0 when there is none. Dotless i and j count
-// as i and j.
+// The letter made of a base letter and a combining mark; 0 when there is none. Dotless i and j
+// count as i and j.
 char32_t composed(char32_t base, char32_t mark);
 
 // The plain letter of a letter with a diacritic; others as they are.

@@ -26,7 +26,8 @@ XrefEntry* Xref::slot(uint64_t number) {
   const uint64_t most = std::min(kMaxObjectNumber, reader_.file().size() + (64 << 10));
   if (number > most) return nullptr;
   if (number >= entries_.size()) {
-    if (number >= entries_.capacity()) entries_.reserve(std::min(most + 1, number + number / 2 + 64));
+    if (number >= entries_.capacity())
+      entries_.reserve(std::min(most + 1, number + number / 2 + 64));
     entries_.resize(number + 1);
   }
   return &entries_[number];
@@ -85,8 +86,7 @@ bool Xref::readTable(uint64_t offset) {
     Parser parser(bytes, reader_.budget());
     const bool sound = readTableSubsections(parser);
     const Object trailer = sound ? parser.object() : Object();
-    if (parser.lexer().touchedEnd() && bytes.size() == window &&
-        !reader_.budget().exhausted()) {
+    if (parser.lexer().touchedEnd() && bytes.size() == window && !reader_.budget().exhausted()) {
       continue;
     }
     if (!trailer.dictionary()) return false;
@@ -104,7 +104,8 @@ bool Xref::readTableSubsections(Parser& parser) {
     const Token first = lexer.next();
     if (first.is(Token::Kind::kKeyword)) return lexer.text(first) == "trailer";
     const Token count = lexer.next();
-    if (!first.isNumber() || !count.isNumber() || first.number < 0 || count.number < 0) return false;
+    if (!first.isNumber() || !count.isNumber() || first.number < 0 || count.number < 0)
+      return false;
     auto number = static_cast<uint64_t>(first.number);
     for (double i = 0; i < count.number; ++i, ++number) {
       if (!reader_.budget().takeSteps(8)) return false;
@@ -118,7 +119,8 @@ bool Xref::readTableSubsections(Parser& parser) {
       const Token kind = lexer.next();
       if (!kind.is(Token::Kind::kKeyword)) return false;
       // A table that says that it begins with object 1 but has the head of the free list first.
-      if (i == 0 && number == 1 && generation.number == 65535 && lexer.text(kind) == "f") number = 0;
+      if (i == 0 && number == 1 && generation.number == 65535 && lexer.text(kind) == "f")
+        number = 0;
       if (offset.number < 0) continue;
       const bool used = lexer.text(kind) == "n" && offset.number > 0;
       setIfUnknown(number, {used ? XrefEntry::Kind::kPlain : XrefEntry::Kind::kFree,
