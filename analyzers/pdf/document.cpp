@@ -37,10 +37,13 @@ Document::State Document::start() {
 }
 
 bool Document::findCatalog() {
-  const Object root = get(xref_->trailer(), "Root");
-  if (!root.dictionary() || !get(*root.dictionary(), "Pages").dictionary()) return false;
-  catalog_ = *root.dictionary();
-  return true;
+  for (const Object& candidate : {xref_->trailer()["Root"], Object(xref_->catalog())}) {
+    const Object root = resolve(candidate);
+    if (!root.dictionary() || !get(*root.dictionary(), "Pages").dictionary()) continue;
+    catalog_ = *root.dictionary();
+    return true;
+  }
+  return false;
 }
 
 // Result: false when the document is encrypted and stays so.

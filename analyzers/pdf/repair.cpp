@@ -96,11 +96,7 @@ void Xref::scanObject(uint64_t from, std::string_view bytes, size_t at) {
       addTrailer(older);
     }
   }
-  if (mentions(head, "/Catalog") && trailer_["Root"].isNull()) {
-    std::vector<Dictionary::Entry> root;
-    root.emplace_back("Root", Object(Reference{id, static_cast<uint32_t>(generation)}));
-    addTrailer(Dictionary(std::move(root)));
-  }
+  if (mentions(head, "/Catalog")) catalog_ = {id, static_cast<uint32_t>(generation)};
 }
 
 }  // namespace veska::pdf

@@ -76,29 +76,33 @@ bool Xref::readSection(uint64_t offset) {
     bytes.remove_prefix(1);
     ++offset;
   }
-  return bytes.starts_with("xref") ? readTable(offset + 4) : readStream(offset);
+  return bytes.starts_with("xref") ? readTable(offset + 4) : readStreamSection(offset, true);
 }
 
-// offset: behind "xref".
+// offset: behind "xref". What a hybrid file hides from readers that know no cross-reference streams
+// is free in its table, so the stream that it names comes first.
 bool Xref::readTable(uint64_t offset) {
   for (uint64_t window = kFirstWindowBytes;; window *= 8) {
     const std::string_view bytes = reader_.file().read(offset, window);
     Parser parser(bytes, reader_.budget());
-    const bool sound = readTableSubsections(parser);
+    std::vector<std::pair<uint64_t, XrefEntry>> entries;
+    const bool sound = readTableSubsections(parser, entries);
     const Object trailer = sound ? parser.object() : Object();
     if (parser.lexer().touchedEnd() && bytes.size() == window && !reader_.budget().exhausted()) {
       continue;
     }
-    if (!trailer.dictionary()) return false;
-    addTrailer(*trailer.dictionary());
-    follow(*trailer.dictionary(), "Prev");
-    follow(*trailer.dictionary(), "XRefStm");  // read before what "Prev" leads to
-    return true;
+    const int64_t hidden = trailer.dictionary() ? (*trailer.dictionary())["XRefStm"].integer(0) : 0;
+    if (trailer.dictionary()) addTrailer(*trailer.dictionary());
+    if (hidden > 0) readStreamSection(static_cast<uint64_t>(hidden) + base_, false);
+    for (const auto& [number, entry] : entries) setIfUnknown(number, entry);
+    if (trailer.dictionary()) follow(*trailer.dictionary());
+    return trailer.dictionary() != nullptr;
   }
 }
 
 // Result: whether they end with "trailer".
-bool Xref::readTableSubsections(Parser& parser) {
+bool Xref::readTableSubsections(Parser& parser,
+                                std::vector<std::pair<uint64_t, XrefEntry>>& entries) {
   Lexer& lexer = parser.lexer();
   while (reader_.budget().takeSteps(4)) {
     const Token first = lexer.next();
@@ -123,14 +127,16 @@ bool Xref::readTableSubsections(Parser& parser) {
         number = 0;
       if (offset.number < 0) continue;
       const bool used = lexer.text(kind) == "n" && offset.number > 0;
-      setIfUnknown(number, {used ? XrefEntry::Kind::kPlain : XrefEntry::Kind::kFree,
-                            static_cast<uint64_t>(offset.number) + base_});
+      const XrefEntry::Kind entryKind = used ? XrefEntry::Kind::kPlain : XrefEntry::Kind::kFree;
+      entries.emplace_back(number,
+                           XrefEntry{entryKind, static_cast<uint64_t>(offset.number) + base_});
     }
   }
   return false;
 }
 
-bool Xref::readStream(uint64_t offset) {
+// withTrailer: its trailer counts, and leads to older sections.
+bool Xref::readStreamSection(uint64_t offset, bool withTrailer) {
   const std::optional<IndirectObject> object = reader_.objectAt(offset, kUnknownLength);
   const Stream* stream = object ? object->value.stream() : nullptr;
   if (!stream || !stream->dictionary["Type"].isName("XRef")) return false;
@@ -138,8 +144,10 @@ bool Xref::readStream(uint64_t offset) {
       decodeStream(stream->dictionary, reader_.file().read(stream->offset, stream->length),
                    kMaxStreamBytes, reader_.budget(), keepReference);
   readStreamEntries(stream->dictionary, data);
-  addTrailer(stream->dictionary);
-  follow(stream->dictionary, "Prev");
+  if (withTrailer) {
+    addTrailer(stream->dictionary);
+    follow(stream->dictionary);
+  }
   return true;
 }
 
@@ -177,9 +185,9 @@ void Xref::readStreamEntries(const Dictionary& dictionary, std::string_view data
   }
 }
 
-// Puts the section that an entry of the trailer leads to before all others that wait.
-void Xref::follow(const Dictionary& trailer, std::string_view key) {
-  const int64_t offset = trailer[key].integer(0);
+// Puts the section before this one on the list.
+void Xref::follow(const Dictionary& trailer) {
+  const int64_t offset = trailer["Prev"].integer(0);
   if (offset > 0) pending_.push_back(static_cast<uint64_t>(offset) + base_);
 }
 

@@ -38,6 +38,8 @@ class Xref {
   XrefEntry entry(uint32_t number) const;
   uint32_t size() const { return static_cast<uint32_t>(entries_.size()); }
   const Dictionary& trailer() const { return trailer_; }
+  // The latest object that repair took for the catalog; number 0 if none.
+  Reference catalog() const { return catalog_; }
   // Object streams that repair came across.
   const std::vector<uint32_t>& objectStreams() const { return objectStreams_; }
 
@@ -45,10 +47,11 @@ class Xref {
   uint64_t startOffset();
   bool readSection(uint64_t offset);
   bool readTable(uint64_t offset);
-  bool readTableSubsections(class Parser& parser);
-  bool readStream(uint64_t offset);
+  bool readTableSubsections(class Parser& parser,
+                            std::vector<std::pair<uint64_t, XrefEntry>>& entries);
+  bool readStreamSection(uint64_t offset, bool withTrailer);
   void readStreamEntries(const Dictionary& dictionary, std::string_view data);
-  void follow(const Dictionary& trailer, std::string_view key);
+  void follow(const Dictionary& trailer);
   void addTrailer(const Dictionary& trailer);
   XrefEntry* slot(uint64_t number);
   void setIfUnknown(uint64_t number, XrefEntry entry);
@@ -60,6 +63,7 @@ class Xref {
   Dictionary trailer_;
   std::vector<uint64_t> pending_;  // sections to read yet, the next one last
   std::unordered_set<uint64_t> visited_;
+  Reference catalog_;
   std::vector<uint32_t> objectStreams_;
 };
 
