@@ -29,6 +29,7 @@ bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8, 1e9,
                               1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18};
+constexpr int kMaxFraction = 18;
 
 }  // namespace
 
@@ -105,7 +106,7 @@ Token Lexer::number() {
     const char c = bytes[at];
     if (isDigit(c)) {
       ++digits;
-      if (mantissa < 100000000000000000u) {
+      if (mantissa < 100000000000000000u && fraction < kMaxFraction) {
         mantissa = mantissa * 10 + static_cast<uint64_t>(c - '0');
         fraction += point;
       } else {

@@ -20,8 +20,8 @@ TEST(PdfFilters, KnownVectorsDecode) {
   EXPECT_EQ(decode(Filter::kAscii85, "z!!~>"), std::string("\0\0\0\0\0", 5));
   EXPECT_EQ(decode(Filter::kAsciiHex, "48 65\n6C6c6>ignored"), "Hell`");
   EXPECT_EQ(decode(Filter::kRunLength,
-                  "\x02"
-                  "abc\xFEx\x80zzz"),
+                   "\x02"
+                   "abc\xFEx\x80zzz"),
             "abcxxx");
   EXPECT_EQ(decode(Filter::kFlate, test::deflate("inflated")), "inflated");
 }
@@ -40,8 +40,8 @@ TEST(PdfFilters, DamagedDataGivesWhatCouldBeDecoded) {
   badSum.back() = static_cast<char>(badSum.back() + 1);
   EXPECT_EQ(decode(Filter::kFlate, badSum), text);
   EXPECT_EQ(decode(Filter::kRunLength,
-                  "\x7F"
-                  "abc"),
+                   "\x7F"
+                   "abc"),
             "abc");
   EXPECT_EQ(decode(Filter::kLzw, "\x80\xFF\xFF"), "");
 }

@@ -66,10 +66,12 @@ TEST(PdfLexer, CutsTokens) {
 }
 
 TEST(PdfLexer, HugeNumbersStayFinite) {
-  const std::string digits = std::string(400, '9') + " 0." + std::string(400, '1');
+  const std::string digits =
+      std::string(400, '9') + " 0." + std::string(400, '1') + " 0." + std::string(400, '0') + "1";
   Lexer lexer(digits);
   EXPECT_GT(lexer.next().number, 1e17);
   EXPECT_NEAR(lexer.next().number, 0.111111, 1e-5);
+  EXPECT_NEAR(lexer.next().number, 0, 1e-5);
 }
 
 TEST(PdfParser, ReadsNestedObjectsAndReferences) {
