@@ -9,10 +9,13 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "api/export.h"
+#include "storage/hitterms.h"
 
 class CVeskaIndex;
+class HitSearch;
 
 class VESKA_API CFileContents {
  public:
@@ -43,9 +46,9 @@ class VESKA_API CFileContents {
   // Offset + 1 of the first hit from offset on, 0 when there is none.
   unsigned long searchBuffer(unsigned long offset, const char* query);
 
-  // First byte of the first hit from start on, in either direction, among at most maxWords + 1 words
-  // (0: no bound). Forwards, the terminating zero when there is none; backwards, the position before
-  // the text (to be compared, never read).
+  // First byte of the first hit from start on, in either direction, among at most maxWords + 1
+  // words (0: no bound). Forwards, the terminating zero when there is none; backwards, the position
+  // before the text (to be compared, never read).
   char* searchBuffer(char* start, const char* query, int maxWords, bool backwards);
 
   // Does the word at text match the pattern term? atStart: its first byte begins a word.
@@ -62,6 +65,12 @@ class VESKA_API CFileContents {
     void operator()(char* text) const { std::free(text); }
   };
 
+  std::string displayName(const std::vector<uint32_t>& path) const;
+  std::vector<uint32_t> recordPath(uint32_t fileId) const;
+  void readText(const std::vector<uint32_t>& path, uint32_t fileId, bool option);
+  const char* recordName(uint32_t id) const;
+  HitSearch& search(const char* query);
+
   CVeskaIndex* index_;
   std::string filePath_;
   bool extracted_ = false;
@@ -70,9 +79,11 @@ class VESKA_API CFileContents {
   int32_t defaultDistance_;
   char* lineCursor_ = nullptr;
   std::unique_ptr<char, FreeDeleter> contents_;
-  bool wordStartClass_[256];
-  bool wordClass_[256];
+  WordClasses classes_;  // start: the index's valid bytes; inside: those and the trailing ones
   std::string currentLine_;
+
+  size_t length_ = 0;                  // of the text
+  std::unique_ptr<HitSearch> search_;  // the last query; null when the text has changed since
 };
 
 #endif  // VESKA_STORAGE_FILECONTENTS_H_
