@@ -69,7 +69,8 @@ std::string withDetail(std::string_view sentence, const std::string& detail) {
   if (!detail.empty()) {
     // Behind the sentence the detail is an addition, and stands in parentheses.
     const bool addition = mark + 1 == text.size() && !text.ends_with(": %");
-    return text.replace(mark, 1, addition ? "(" + detail + ")" : detail);
+    text.replace(mark, 1, detail);
+    return addition ? text.insert(mark, 1, '(') + ")" : text;
   }
   text.erase(mark, 1);
   while (!text.empty() && (text.back() == ' ' || text.back() == ':')) text.pop_back();

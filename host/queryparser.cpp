@@ -88,6 +88,7 @@ class Parser {
   std::vector<Operator> operators_;
   std::vector<bool> empty_;  // one for each operand that waits for its operator
   size_t wordCount_ = 0;
+  size_t wildcardCount_ = 0;  // different ones
   size_t firstNot_ = std::string_view::npos;
   Query query_;
   QueryError error_;
@@ -366,6 +367,11 @@ Parser::Operand Parser::takeApart(const Token& token) {
       return operand;
     }
     operand.words.push_back(wordNumber(word, wildcard, wildcard || whyNotIndexed(word).empty()));
+    if (wildcardCount_ > kMaxQueryWildcards) {
+      error(fmt::format("the query has more than {} words with * or ?", kMaxQueryWildcards),
+            token.at);
+      return operand;
+    }
   }
   return operand;
 }
@@ -376,6 +382,7 @@ uint32_t Parser::wordNumber(const std::string& text, bool wildcard, bool indexed
       [&](const QueryWord& word) { return word.text == text && word.indexed == indexed; });
   if (found != query_.words.end()) return static_cast<uint32_t>(found - query_.words.begin());
   query_.words.push_back({text, wildcard, indexed});
+  if (wildcard) ++wildcardCount_;
   return static_cast<uint32_t>(query_.words.size() - 1);
 }
 
