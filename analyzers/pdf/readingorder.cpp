@@ -35,9 +35,21 @@ bool overlap(double from1, double to1, double from2, double to2) {
   return std::min(to1, to2) > std::max(from1, from2);
 }
 
-// Whether a word that is divided after one letter may go on with the other: "-Paul" is a name.
-bool canFollow(char32_t divided, char32_t next) {
-  return isLetter(next) && (isLowerLetter(next) || !isLowerLetter(divided));
+// Whether a capital follows a small letter, as in identifiers.
+bool hasInnerCapital(std::u32string_view word) {
+  for (size_t i = 1; i < word.size(); ++i) {
+    if (isLowerLetter(word[i - 1]) && isLetter(word[i]) && !isLowerLetter(word[i])) return true;
+  }
+  return false;
+}
+
+// Whether `before`, which ends with a hyphen, and `after` are halves of one word. A capital begins
+// the second half of a name like "Jean-Paul", but not in a word of capitals or an identifier.
+bool areHalves(std::u32string_view before, std::u32string_view after) {
+  before.remove_suffix(1);
+  if (!isLetter(after.front())) return false;
+  if (isLowerLetter(after.front()) || !isLowerLetter(before.back())) return true;
+  return hasInnerCapital(before) || hasInnerCapital(after);
 }
 
 }  // namespace
@@ -62,7 +74,7 @@ void TextPage::write(std::u32string& out) {
     last = &line;
     if (!endsDivided(out)) continue;
     const uint32_t next = sequence[std::min(i + 1, sequence.size() - 1)];
-    const Line* const rest = findRest(line, next, out[out.size() - 2]);
+    const Line* const rest = findRest(line, next, out);
     if (rest) writeRest(*rest, out);
   }
   out += U'\n';
@@ -278,18 +290,25 @@ bool TextPage::endsDivided(const std::u32string& out) const {
   return out.size() >= 2 && isHyphen(out.back()) && isLetter(out[out.size() - 2]);
 }
 
-// The line that the word goes on in which is divided at the end of `line`: the one right below it,
-// of several the one that begins most like it; else `next`, the next one in reading order, when
-// that is at the top of another column. divided: the letter before the hyphen.
-const TextPage::Line* TextPage::findRest(const Line& line, uint32_t next, char32_t divided) const {
+// The line that the word at the end of `line` goes on in: the one right below it, of several on one
+// base line the one that begins most like it; else `next`, the next one in reading order, when that
+// is at the top of another column. Null when what stands there is no second half. before: the text
+// so far, which ends with a hyphen.
+const TextPage::Line* TextPage::findRest(const Line& line, uint32_t next,
+                                         std::u32string_view before) const {
+  before.remove_prefix(before.find_last_of(U" \n") + 1);
+  const auto isRest = [&](const Line& other) {
+    const Word& word = words_[order_[other.begin]];
+    return areHalves(before, std::u32string_view(text_).substr(word.begin, word.length));
+  };
   const Line* best = nullptr;
   double bestDown = kRestLeading * line.size;
   for (uint32_t i = 0; i < lines_.size() && lines_.size() <= kMaxSearchedLines; ++i) {
     const Line& other = lines_[i];
     const double down = line.base - other.base;
     if (written_[i] > 0 || other.angle != line.angle || down < 0.4 * line.size || down > bestDown ||
-        other.from > line.to || other.to < line.from || !canFollow(divided, firstChar(other)) ||
-        other.size > 1.3 * line.size || other.size < 0.75 * line.size) {
+        other.from > line.to || other.to < line.from || other.size > 1.3 * line.size ||
+        other.size < 0.75 * line.size) {
       continue;
     }
     if (best && bestDown - down < kSameBase * line.size &&
@@ -299,12 +318,11 @@ const TextPage::Line* TextPage::findRest(const Line& line, uint32_t next, char32
     best = &other;
     bestDown = down;
   }
-  if (best) return best;
+  if (best && isRest(*best)) return best;
   const Line& other = lines_[next];
   const bool elsewhere = other.angle != line.angle || other.base > line.base + line.size ||
-                         other.base < line.base - kSameBase * line.size;
-  return written_[next] == 0 && elsewhere && canFollow(divided, firstChar(other)) ? &other
-                                                                                  : nullptr;
+                         (!best && other.base < line.base - kSameBase * line.size);
+  return written_[next] == 0 && elsewhere && isRest(other) ? &other : nullptr;
 }
 
 // Writes the first word of the line in place of the hyphen.

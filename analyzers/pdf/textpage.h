@@ -79,7 +79,7 @@ class TextPage {
   double spaceThreshold(const Line& line) const;
   void writeLine(uint32_t index, std::u32string& out);
   bool endsDivided(const std::u32string& out) const;
-  const Line* findRest(const Line& line, uint32_t next, char32_t divided) const;
+  const Line* findRest(const Line& line, uint32_t next, std::u32string_view before) const;
   void writeRest(const Line& rest, std::u32string& out);
   void separate(const Line& last, const Line& line, std::u32string& out) const;
   uint32_t firstWordEnd(const Line& line) const;

@@ -119,6 +119,18 @@ TEST_F(PdfSecurity, Aes256OpensWithTheEmptyPassword) {
             "Secret manual\n\f");
 }
 
+TEST_F(PdfSecurity, TheHashOfRevision6IsComputed) {
+  // Entries from a document that another reader opens; its key is the bytes 0 to 31.
+  const std::string entries =
+      "/V 5/R 6/CF<</StdCF<</CFM/AESV3>>>>/StmF/StdCF/StrF/StdCF"
+      "/U<"
+      "eb81524a284f88d1f7e7b1a24864149ff2df303b44148ac467344ddd490c5cf361626364656667683132333435"
+      "363738>/UE<c018d83eedef7d837f1e3f271a52c6aab7f41935c2ddf14041e7575783fe40e3>";
+  std::string key;
+  for (int i = 0; i < 32; ++i) key += static_cast<char>(i);
+  EXPECT_EQ(extract(documentOf(aes(key, kContents), entries)), "Secret manual\n\f");
+}
+
 TEST_F(PdfSecurity, OtherPasswordsAreNeeded) {
   std::string user;
   const std::string key = keyFor("word", 3, 16, user);
