@@ -1,9 +1,9 @@
 #include "analyzers/charsets.h"
 
-#define ASCII_ROW(r)                                                                              \
-  (r) + 0, (r) + 1, (r) + 2, (r) + 3, (r) + 4, (r) + 5, (r) + 6, (r) + 7, (r) + 8, (r) + 9, (r) + 10, \
-      (r) + 11, (r) + 12, (r) + 13, (r) + 14, (r) + 15
-#define ASCII_HALF                                                                       \
+#define ASCII_ROW(r)                                                                        \
+  (r) + 0, (r) + 1, (r) + 2, (r) + 3, (r) + 4, (r) + 5, (r) + 6, (r) + 7, (r) + 8, (r) + 9, \
+      (r) + 10, (r) + 11, (r) + 12, (r) + 13, (r) + 14, (r) + 15
+#define ASCII_HALF                                                                     \
   ASCII_ROW(0x00), ASCII_ROW(0x10), ASCII_ROW(0x20), ASCII_ROW(0x30), ASCII_ROW(0x40), \
       ASCII_ROW(0x50), ASCII_ROW(0x60), ASCII_ROW(0x70)
 

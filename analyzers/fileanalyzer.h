@@ -1,7 +1,7 @@
 // CFileAnalyzer: the base of every document analyzer. It reads a file in blocks, converts each to
 // the index's 8-bit character set, cuts the text into words and hands each to the index; and it
-// turns a file into clean, line-broken text for display. Document kinds change the behaviour through
-// the virtual slots only.
+// turns a file into clean, line-broken text for display. Document kinds change the behaviour
+// through the virtual slots only.
 //
 // The slots, in an order that must stay:
 //   1, 2  destructor
@@ -46,10 +46,10 @@ class VESKA_API CFileAnalyzer {
   virtual unsigned long indexBuffer(char* buf, unsigned long len, unsigned long parentId,
                                     bool firstBlock);
 
-  // Indexes the file path as the contents of the record parentId. Result: false when it could not be
-  // opened. Raises "HaltRequested" and what the index raises.
-  // Deliberate: the last word of a file that ends without a separator is left out, and a word cut by
-  // a block's end is indexed as its second piece.
+  // Indexes the file path as the contents of the record parentId. Result: false when it could not
+  // be opened. Raises "HaltRequested" and what the index raises. Deliberate: the last word of a
+  // file that ends without a separator is left out, and a word cut by a block's end is indexed as
+  // its second piece.
   virtual bool indexFile(const char* path, unsigned long parentId);
 
   // Converts len bytes in place to the index's character set.
@@ -76,8 +76,8 @@ class VESKA_API CFileAnalyzer {
   virtual bool checkIndexCharacter(char* c, char** cursor, char** wordStart, char** wordEnd,
                                    char** bufferStart, unsigned long len);
 
-  // As above; *remaining counts the input after *c, previousOut is the last character written. True:
-  // the character is consumed.
+  // As above; *remaining counts the input after *c, previousOut is the last character written.
+  // True: the character is consumed.
   virtual bool checkStripCharacter(unsigned char* c, char** cursor, unsigned long* remaining,
                                    char previousOut, bool option, int* state);
 

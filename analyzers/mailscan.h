@@ -7,7 +7,6 @@
 #include <functional>
 #include <string_view>
 
-
 // A message's text or an attachment. All texts lie in the mailbox.
 struct MailPart {
   std::string_view from;       // of the headers, with folded lines
@@ -19,8 +18,7 @@ struct MailPart {
 };
 
 // Calls part for each part of the mailbox, in order.
-void scanMailbox(std::string_view mailbox,
-                           const std::function<void(const MailPart&)>& part);
+void scanMailbox(std::string_view mailbox, const std::function<void(const MailPart&)>& part);
 
 // Decodes the base64 text of an attachment piece by piece. Bytes that stand for no value are passed
 // over; the text ends at an empty line once it has begun.

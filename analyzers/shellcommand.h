@@ -7,7 +7,6 @@
 #include <string>
 #include <string_view>
 
-
 // Where in a command the shell stands: what it makes of the bytes that come next. (Shell Command
 // Language, POSIX.1-2017 XCU 2.2.)
 class ShellPlace {
@@ -46,7 +45,6 @@ enum class CommandResult { kEnded, kTimeUp, kNotStarted };
 // end. maxSeconds: after so many it is ended with all that it has started (0: never); so it is when
 // this process dies. maxFileBytes: size at which its files stop growing (0: none). The signal
 // handling of the process is left as it was; children of the host are not touched.
-CommandResult runShellCommand(const std::string& command, int maxSeconds,
-                                        uint64_t maxFileBytes);
+CommandResult runShellCommand(const std::string& command, int maxSeconds, uint64_t maxFileBytes);
 
 #endif  // VESKA_ANALYZERS_SHELLCOMMAND_H_

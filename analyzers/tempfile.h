@@ -7,7 +7,6 @@
 #include <string>
 #include <string_view>
 
-
 // A file of our own: made afresh with mode 0600 in place of what stood under its path, never
 // through a link, and removed with its object on every way out.
 class TempFile {
@@ -54,6 +53,6 @@ class FileRemover {
 // extension stands. Result: empty when there is no directory, or when the path is too long to be
 // one.
 std::string temporaryPath(const std::string& directory, unsigned long number,
-                                    std::string_view suffix);
+                          std::string_view suffix);
 
 #endif  // VESKA_ANALYZERS_TEMPFILE_H_

@@ -18,8 +18,6 @@ VESKA_API void mapLowerCaseChars(void);
 }
 
 // The folded form of a byte.
-inline unsigned char foldByte(char c) {
-  return lowerCaseTable[static_cast<signed char>(c) + 128];
-}
+inline unsigned char foldByte(char c) { return lowerCaseTable[static_cast<signed char>(c) + 128]; }
 
 #endif  // VESKA_API_LOWERCASE_H_

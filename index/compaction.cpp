@@ -1,6 +1,6 @@
-// Words come out of the word links in the order of files; a reader wants them in the order of words.
-// The first pass gives every word that has new links a chunk of the right size, the second writes
-// the links into the chunks, from the last slot down.
+// Words come out of the word links in the order of files; a reader wants them in the order of
+// words. The first pass gives every word that has new links a chunk of the right size, the second
+// writes the links into the chunks, from the last slot down.
 
 #include <unistd.h>
 

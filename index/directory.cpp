@@ -34,7 +34,8 @@ class FolderListing {
     FileInfo info;
   };
 
-  // With status true, types and info are those of lstat; otherwise the type is what the stream says.
+  // With status true, types and info are those of lstat; otherwise the type is what the stream
+  // says.
   FolderListing(const std::string& path, bool status) {
     const std::unique_ptr<DIR, StreamCloser> stream(opendir(path.c_str()));
     if (!stream) {
@@ -189,7 +190,8 @@ void CVeskaIndex::updateEntry(const std::string& folder, const char* name, unsig
                               uint32_t parent) {
   if (type == DT_LNK && exactUpdate) return;
   if (type == DT_REG && files->lookupFile(name, parent)) return;
-  // Deliberate: below the root that gives "//name", unless updates are to agree with the first walk.
+  // Deliberate: below the root that gives "//name", unless updates are to agree with the first
+  // walk.
   const std::string full = exactUpdate ? joinPath(folder, name) : folder + "/" + name;
   if (type == DT_DIR && files->lookupFile(full.c_str(), 0)) return;
   struct stat status {};

@@ -31,8 +31,7 @@ bool isDigit(char c) { return c >= '0' && c <= '9'; }
 }  // namespace
 
 void CVeskaIndex::addEntities() {
-  for (const Entity& entity : kEntities)
-    entities[entity.name] = static_cast<char>(entity.code);
+  for (const Entity& entity : kEntities) entities[entity.name] = static_cast<char>(entity.code);
 }
 
 char CVeskaIndex::htmlChar(const char* name) const {

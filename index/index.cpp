@@ -58,8 +58,7 @@ StdioFile createPrivateFile(const std::string& path) {
 
 CVeskaIndex::CVeskaIndex(bool create, std::string path) : indexPath(std::move(path)) {
   skippedDirectory = surroundings(indexPath);
-  for (int byte = 1; byte < 32; ++byte)
-    binaryCharMask[byte] = byte != 7 && (byte < 9 || byte > 13);
+  for (int byte = 1; byte < 32; ++byte) binaryCharMask[byte] = byte != 7 && (byte < 9 || byte > 13);
   mapLowerCaseChars();
   clear();
   if (create) {

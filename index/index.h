@@ -151,7 +151,8 @@ class VESKA_API CVeskaIndex {
   bool progressDue() const;
   // Posts; raises "HaltRequested" when the answer is false.
   void postProgress(const char* key, const std::string& detail);
-  // Counts bytes that an analyzer read, and posts "BytesIndexing" where the status level asks for it.
+  // Counts bytes that an analyzer read, and posts "BytesIndexing" where the status level asks for
+  // it.
   void countBytesRead(unsigned long bytes, const char* path);
 
   // State, in the order that hosts written in C++ rely on. Fields without a stated default are zero
@@ -160,52 +161,53 @@ class VESKA_API CVeskaIndex {
   Owned<CFileStorage> files;
   Owned<CTextStorage> skipped;
   Owned<CFileLinks> links;
-  Owned<CWordLinks> wordLinks;           // only while links are rebuilt
-  bool useRanking = true;                // by clear
-  int minWordLength = 3;                 // by clear
-  int maxWordLength = 16;                // by clear
-  unsigned long maxPerFileRead = 0;      // bytes
+  Owned<CWordLinks> wordLinks;       // only while links are rebuilt
+  bool useRanking = true;            // by clear
+  int minWordLength = 3;             // by clear
+  int maxWordLength = 16;            // by clear
+  unsigned long maxPerFileRead = 0;  // bytes
   bool showStatus = false;
-  bool isUpdate = false;                 // by clear
-  bool trackAll = true;                  // by clear
+  bool isUpdate = false;  // by clear
+  bool trackAll = true;   // by clear
   std::string temporaryDirectory;
-  char pendingWord[1024] = {};           // unfinished last word of a block; also the hooks' carry area
+  char pendingWord[1024] = {};  // unfinished last word of a block; also the hooks' carry area
   std::map<std::string, char> entities;
   unsigned long contentsIndexed = 0;
   unsigned long filesIndexed = 0;
   unsigned long wordsIndexed = 0;
   double bytesRead = 0;
-  long timeBase = 0;                     // Unix seconds
+  long timeBase = 0;  // Unix seconds
   std::map<std::string, Owned<CFileAnalyzer>> analyzers;
   unsigned long directoriesRead = 0;
   time_t lastStatusTime = 0;
   void* reserved = nullptr;
   std::string indexPath;
-  std::string skippedDirectory;          // never walked; empty: none
+  std::string skippedDirectory;  // never walked; empty: none
   std::string skipFilePath;
   int internationalChar = 0;
-  char** includePatterns = nullptr;      // null-terminated, owned, by the C allocator
-  char** excludePatterns = nullptr;      // null-terminated, owned, by the C allocator
+  char** includePatterns = nullptr;            // null-terminated, owned, by the C allocator
+  char** excludePatterns = nullptr;            // null-terminated, owned, by the C allocator
   CFileAnalyzer** includeAnalyzers = nullptr;  // the array is owned, the analyzers are not
   bool savePassword = false;
-  int numberHandling = 0;                // by clear
+  int numberHandling = 0;  // by clear
   bool validCharMask[256] = {};
   bool validTrailingMask[256] = {};
   bool validViewableMask[256] = {};
   bool nonAlphaCharMask[256] = {};
-  bool binaryCharMask[256] = {};         // control bytes that mark data as binary
+  bool binaryCharMask[256] = {};  // control bytes that mark data as binary
 
   // Settings beyond the minimum.
-  bool exactNames = false;               // by setExactNames
+  bool exactNames = false;  // by setExactNames
   bool exactUpdate = false;
   int statusLevel = 0;
-  std::vector<std::string> keptTrees;    // folders that prune leaves alone with all below; none by clear
-  int maxNesting = 100;                  // archives within archives
-  unsigned long maxMemberBytes = 0;      // 0: no limit
-  unsigned long maxArchiveBytes = 0;     // 0: no limit; for all members of a top file together
-  int maxConverterSeconds = 0;           // 0: no limit
+  std::vector<std::string>
+      keptTrees;         // folders that prune leaves alone with all below; none by clear
+  int maxNesting = 100;  // archives within archives
+  unsigned long maxMemberBytes = 0;   // 0: no limit
+  unsigned long maxArchiveBytes = 0;  // 0: no limit; for all members of a top file together
+  int maxConverterSeconds = 0;        // 0: no limit
   unsigned long limitsReached = 0;
-  Expansion expansion;                   // of the top file that is being read
+  Expansion expansion;  // of the top file that is being read
   // Set by analyzers when the system refused to open or read a file: it is to be taken up again.
   bool readFailed = false;
 
@@ -251,8 +253,9 @@ class VESKA_API CVeskaIndex {
 
   int includeCount_ = 0;
   int excludeCount_ = 0;
-  std::vector<std::unique_ptr<CFileMemory>> retiredTables_;        // emptied; kept for hosts' handles
-  std::vector<std::unique_ptr<CFileAnalyzer>> replacedAnalyzers_;  // include slots may still use them
+  std::vector<std::unique_ptr<CFileMemory>> retiredTables_;  // emptied; kept for hosts' handles
+  std::vector<std::unique_ptr<CFileAnalyzer>>
+      replacedAnalyzers_;  // include slots may still use them
 };
 
 // Does the name match the first term of the pattern?

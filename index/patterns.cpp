@@ -49,8 +49,8 @@ Stop compareTerm(const char* name, const char* pattern) {
   return {name, pattern, negated};
 }
 
-// Deliberate: a trailing "?" matches nothing just as a trailing "*" does, and a term that an operator
-// follows is satisfied by any name that begins with a match.
+// Deliberate: a trailing "?" matches nothing just as a trailing "*" does, and a term that an
+// operator follows is satisfied by any name that begins with a match.
 bool endsWell(const char* pattern, bool nameUsedUp) {
   if (nameUsedUp)
     while (*pattern == '*' || *pattern == '?') ++pattern;
@@ -63,8 +63,8 @@ bool endsWell(const char* pattern, bool nameUsedUp) {
 // star: the first one behind pattern.
 bool matchTerm(const char* name, const char* pattern, const Star& star) {
   const Stop stop = compareTerm(name, pattern);
-  const bool satisfied = stop.atStar() ? star.satisfies(stop.name)
-                                       : endsWell(stop.pattern, *stop.name == 0);
+  const bool satisfied =
+      stop.atStar() ? star.satisfies(stop.name) : endsWell(stop.pattern, *stop.name == 0);
   return satisfied != stop.negated;
 }
 

@@ -32,7 +32,8 @@ std::string trimmed(std::string_view line) {
 }
 
 // The fields of the configuration file: lines without their comments, those that hold nothing left
-// out. A line ends with LF, CR LF or CR; an unended last line is a field only when a comment ends it.
+// out. A line ends with LF, CR LF or CR; an unended last line is a field only when a comment ends
+// it.
 std::vector<std::string> readFields(std::string_view text) {
   std::vector<std::string> fields;
   while (!text.empty()) {
@@ -104,8 +105,8 @@ std::string CVeskaIndex::extractToTempFile(const char* container, const char* me
                                            unsigned long number) {
   CFileAnalyzer* analyzer = includedAnalyzer(container);
   if (!analyzer || temporaryDirectory.empty()) return {};
-  std::string path = temporaryDirectory + "/tmp" +
-                     std::to_string(static_cast<int32_t>(number)) + "." + extensionOf(member);
+  std::string path = temporaryDirectory + "/tmp" + std::to_string(static_cast<int32_t>(number)) +
+                     "." + extensionOf(member);
   if (path.size() > kMaxPathBytes) path.resize(kMaxPathBytes);
   unlink(path.c_str());
   if (analyzer->extractToTempFile(container, member, path.c_str(), number)) return path;

@@ -23,8 +23,7 @@ void CVeskaIndex::indexExclusions() {
   std::vector<char> buffer(kBufferBytes);
   pendingWord[0] = 0;
   size_t carried = 0;
-  while (const size_t got =
-             std::fread(&buffer[carried], 1, kBufferBytes - carried, stream.get())) {
+  while (const size_t got = std::fread(&buffer[carried], 1, kBufferBytes - carried, stream.get())) {
     pendingWord[0] = 0;
     indexExcludeBuffer(buffer.data(), carried + got);
     bytesRead += static_cast<double>(got);

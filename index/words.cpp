@@ -60,8 +60,6 @@ unsigned long CVeskaIndex::indexExcludedWord(const char* word) {
   return id ? id : skipped->addText(word);
 }
 
-
-
 void CVeskaIndex::indexExcludeBuffer(char* buffer, unsigned long length) {
   if (length == 0) return;
   char* const end = buffer + length;
@@ -78,7 +76,8 @@ void CVeskaIndex::indexExcludeBuffer(char* buffer, unsigned long length) {
     wordStart = at + 1;
   }
   if (wordStart == end) return;
-  const size_t rest = std::min<size_t>(static_cast<size_t>(end - wordStart), sizeof pendingWord - 1);
+  const size_t rest =
+      std::min<size_t>(static_cast<size_t>(end - wordStart), sizeof pendingWord - 1);
   std::memcpy(pendingWord, wordStart, rest);
   pendingWord[rest] = 0;
   end[-1] = 0;

@@ -146,8 +146,8 @@ void FileNameIndex::file(uint32_t id, uint32_t bucket) {
 // so that nobody can choose names that all fall together; then the finish of MurmurHash3, since
 // FNV-1a carries nothing from high bits to low ones.
 uint32_t FileNameIndex::keyOf(const char* name, uint32_t parent) const {
-  uint64_t hash = 0xCBF29CE484222325u ^ (uint64_t{parent} << 20) ^
-                  reinterpret_cast<uintptr_t>(this);
+  uint64_t hash =
+      0xCBF29CE484222325u ^ (uint64_t{parent} << 20) ^ reinterpret_cast<uintptr_t>(this);
   for (; *name; ++name) hash = (hash ^ foldAscii(*name)) * 0x100000001B3u;
   hash = (hash ^ (hash >> 33)) * 0xFF51AFD7ED558CCDu;
   return static_cast<uint32_t>(hash >> 32);

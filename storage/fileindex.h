@@ -3,8 +3,8 @@
 // with a given name and parent, in constant time.
 //
 // It has to be right whatever a host writes into the records. So a record that was handed out to be
-// written is watched: before an answer about its chain is given, it is filed anew under what it says
-// now. Records are never taken out; what a slot leads to is always compared in full. A record
+// written is watched: before an answer about its chain is given, it is filed anew under what it
+// says now. Records are never taken out; what a slot leads to is always compared in full. A record
 // pointer is good only until the next record is added: all watches end then, after one more look.
 
 #ifndef VESKA_STORAGE_FILEINDEX_H_

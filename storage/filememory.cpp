@@ -1,6 +1,6 @@
 // The mapping moves only when it grows, and growth extends it rather than mapping anew: the page
-// tables of what is mapped already stay. Growth reserves the blocks of the file, so that a full disk
-// is an error here and not a signal at some later store.
+// tables of what is mapped already stay. Growth reserves the blocks of the file, so that a full
+// disk is an error here and not a signal at some later store.
 
 #include "storage/filememory.h"
 
@@ -136,9 +136,9 @@ void CFileMemory::grow(uint64_t newSize) {
     fileOpen_ = true;
   }
   extendFile(newSize);
-  void* moved =
-      mapped_ ? mremap(base_, fileSize_, newSize, MREMAP_MAYMOVE)
-              : mmap(nullptr, newSize, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor_, 0);
+  void* moved = mapped_
+                    ? mremap(base_, fileSize_, newSize, MREMAP_MAYMOVE)
+                    : mmap(nullptr, newSize, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor_, 0);
   if (moved == MAP_FAILED) {
     const std::string path = storagePath_;
     clearAll();

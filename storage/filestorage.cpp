@@ -1,5 +1,5 @@
-// The number of buckets never changes, so chains grow with the table; beside them stands a companion
-// in memory (storage/fileindex.h) that gives the same answers.
+// The number of buckets never changes, so chains grow with the table; beside them stands a
+// companion in memory (storage/fileindex.h) that gives the same answers.
 
 #include "storage/filestorage.h"
 
@@ -60,8 +60,7 @@ unsigned long CFileStorage::lookupFile(const char* name, unsigned long parent) c
   if (buckets_[bucket] == 0) return 0;
   checkedLink(0, buckets_[bucket]);
   const auto parentId = static_cast<uint32_t>(parent);
-  return names_->ready() ? names_->find(bucket, name, parentId)
-                         : walkChain(bucket, name, parentId);
+  return names_->ready() ? names_->find(bucket, name, parentId) : walkChain(bucket, name, parentId);
 }
 
 uint32_t CFileStorage::walkChain(uint32_t bucket, const char* name, uint32_t parent) const {
@@ -91,9 +90,7 @@ uint32_t CFileStorage::checkedLink(uint32_t from, uint32_t to) const {
   return to;
 }
 
-uint32_t CFileStorage::nextOf(uint32_t id) const {
-  return loadU32(at(id - kToNext));
-}
+uint32_t CFileStorage::nextOf(uint32_t id) const { return loadU32(at(id - kToNext)); }
 
 unsigned long CFileStorage::getHash(const char* name) const {
   return bucketCount_ ? hashText(name) % bucketCount_ : 0;

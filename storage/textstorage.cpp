@@ -33,9 +33,7 @@ CTextStorage::CTextStorage(std::string path, FILE* hashFile) : CFileMemory(path)
 
 CTextStorage::~CTextStorage() = default;
 
-inline char* CTextStorage::nextField(uint32_t id) const {
-  return at(id - prefixSize_);
-}
+inline char* CTextStorage::nextField(uint32_t id) const { return at(id - prefixSize_); }
 
 // The link target to, if it may follow the entry from (0: the bucket array).
 inline uint32_t CTextStorage::checkedLink(uint32_t from, uint32_t to) const {
@@ -99,7 +97,8 @@ void CTextStorage::reHash(uint32_t entries) {
   while (count < entries) count *= 2;
   buckets_ = std::make_unique<uint32_t[]>(count);
   bucketCount_ = static_cast<uint32_t>(count);
-  for (auto id = getFirst(); id; id = getNext(id)) storeU32(nextField(static_cast<uint32_t>(id)), 0);
+  for (auto id = getFirst(); id; id = getNext(id))
+    storeU32(nextField(static_cast<uint32_t>(id)), 0);
   for (auto id = getFirst(); id; id = getNext(id)) addHash(getText(id), id);
 }
 

@@ -41,8 +41,8 @@ TEST_F(PatternsOracle, ShortNamesAgreeWithTheRules) {
     int rounds;
   } kinds[] = {
       {"abA./*?^&| \x7F", "abA./*?^&| \x7F", 6, 7, 60000},
-      {"ab", "ab*?", 8, 8, 40000},        // many matches
-      {"ab^", "ab*^", 7, 8, 40000},       // negation behind a "*"
+      {"ab", "ab*?", 8, 8, 40000},   // many matches
+      {"ab^", "ab*^", 7, 8, 40000},  // negation behind a "*"
       {"ab/\\\x7F", "ab*?/\\\x7F", 8, 7, 40000},
       {"a| ", "a*| &^?", 6, 10, 40000},
   };
@@ -128,14 +128,30 @@ TEST_F(PatternsOracle, WellKnownExamples) {
     const char *name, *pattern;
     bool matches;
   } names[] = {
-      {"", "", true}, {"a", "", false}, {"", "*", true}, {"abc", "*", true}, {"abc", "abc?", true},
-      {"abc", "abc*", true}, {"ab", "abc", false}, {"abcd", "abc", false},
-      {"abcdef", "abc|xyz", true}, {"xyzq", "xyz", false}, {"/home/a/b.txt", "*.TXT", true},
-      {"a.txt", "*?.txt", false}, {"a?.txt", "*?.txt", true},
-      {"/d/a.txt", "*.txt ^ */old/*", true}, {"/d/old/a.txt", "*.txt ^ */old/*", false},
-      {"a.doc", "^*.txt", true}, {"a.txt", "^*.txt", false}, {"ab", "a*|x&*c", false},
-      {"ac", "a*|x&*c", true}, {"a.html", "*.htm|*.txt", true}, {"x.txt", "*.htm | *.txt", true},
-      {"\xC1", "\xE1", true}, {"\xC0", "\xE0", false}, {"x\x7F", "x", false},
+      {"", "", true},
+      {"a", "", false},
+      {"", "*", true},
+      {"abc", "*", true},
+      {"abc", "abc?", true},
+      {"abc", "abc*", true},
+      {"ab", "abc", false},
+      {"abcd", "abc", false},
+      {"abcdef", "abc|xyz", true},
+      {"xyzq", "xyz", false},
+      {"/home/a/b.txt", "*.TXT", true},
+      {"a.txt", "*?.txt", false},
+      {"a?.txt", "*?.txt", true},
+      {"/d/a.txt", "*.txt ^ */old/*", true},
+      {"/d/old/a.txt", "*.txt ^ */old/*", false},
+      {"a.doc", "^*.txt", true},
+      {"a.txt", "^*.txt", false},
+      {"ab", "a*|x&*c", false},
+      {"ac", "a*|x&*c", true},
+      {"a.html", "*.htm|*.txt", true},
+      {"x.txt", "*.htm | *.txt", true},
+      {"\xC1", "\xE1", true},
+      {"\xC0", "\xE0", false},
+      {"x\x7F", "x", false},
   };
   for (const auto& c : names) {
     EXPECT_EQ(vFileNameMatch(c.name, c.pattern), c.matches) << c.name << " " << c.pattern;
@@ -145,9 +161,13 @@ TEST_F(PatternsOracle, WellKnownExamples) {
     const char *path, *pattern;
     bool matches;
   } folders[] = {
-      {"/home/joe", "/home/*/docs/*.txt", true}, {"/usr", "/home/*", false}, {"/usr", "*.txt", true},
-      {"/home", "/home/joe/x", false}, {"/home/joe/x", "/home/joe", true},
-      {"/home", "/home*/x", true}, {"/Home/Joe/docs", "/home/joe/docs/a", false},
+      {"/home/joe", "/home/*/docs/*.txt", true},
+      {"/usr", "/home/*", false},
+      {"/usr", "*.txt", true},
+      {"/home", "/home/joe/x", false},
+      {"/home/joe/x", "/home/joe", true},
+      {"/home", "/home*/x", true},
+      {"/Home/Joe/docs", "/home/joe/docs/a", false},
   };
   for (const auto& c : folders) {
     EXPECT_EQ(vidxDirMatch(index.get(), c.path, c.pattern), c.matches) << c.path << c.pattern;
@@ -156,10 +176,21 @@ TEST_F(PatternsOracle, WellKnownExamples) {
     const char *word, *term;
     bool matches;
   } words[] = {
-      {"computer", "comp*", true}, {"comp", "comp*", true}, {"cat", "c?t", true},
-      {"cat", "cat?", true}, {"sing", "*ing", true}, {"cats", "cat", false}, {"cat", "c*?", false},
-      {"abc", "a**", false}, {"c", "c**", true}, {"c*", "c**", true}, {"cat", "Cat", false},
-      {"", "*", true}, {"", "?", true}, {"", "", true}, {"a", "", false},
+      {"computer", "comp*", true},
+      {"comp", "comp*", true},
+      {"cat", "c?t", true},
+      {"cat", "cat?", true},
+      {"sing", "*ing", true},
+      {"cats", "cat", false},
+      {"cat", "c*?", false},
+      {"abc", "a**", false},
+      {"c", "c**", true},
+      {"c*", "c**", true},
+      {"cat", "Cat", false},
+      {"", "*", true},
+      {"", "?", true},
+      {"", "", true},
+      {"a", "", false},
   };
   for (const auto& c : words) {
     EXPECT_EQ(vidxDoesWordMatch(index.get(), c.word, c.term), c.matches) << c.word << " " << c.term;

@@ -49,7 +49,8 @@ TEST_F(FileStorage, BytesOnDisk) {
   const bool sameBucket = slowHash("/docs") % 2 == slowHash("a") % 2;
   std::string expected = bytesOf(65535) + bytesOf(64) + bytesOf(65535) + bytesOf(1048575);
   expected += bytesOf(sameBucket ? 62 : 0) + std::string(16, '\0') + "/docs" + '\0';
-  expected += bytesOf(0) + bytesOf(36) + bytesOf(0xFFFFFFFE) + bytesOf(0xFEDCBA98) + bytesOf(7) + "a";
+  expected +=
+      bytesOf(0) + bytesOf(36) + bytesOf(0xFFFFFFFE) + bytesOf(0xFEDCBA98) + bytesOf(7) + "a";
   expected.resize(65535);
   EXPECT_EQ(readFile(file()), expected);
   std::string saved = bytesOf(12370001) + bytesOf(20) + bytesOf(12340001) + bytesOf(2);
@@ -195,15 +196,20 @@ TEST_F(FileStorage, UnsoundBlocksAndChainsAreRefused) {
     save(table);
   }
   const std::string goodTable = readFile(file()), goodBlock = readFile(block());
-  for (const auto& [at, value] : {std::pair{0U, 12350001U}, {4U, 0U}, {4U, 16U}, {8U, 12370001U},
-                                  {12U, 0U}, {12U, 2U}, {12U, 0x40000000U}}) {
+  for (const auto& [at, value] : {std::pair{0U, 12350001U},
+                                  {4U, 0U},
+                                  {4U, 16U},
+                                  {8U, 12370001U},
+                                  {12U, 0U},
+                                  {12U, 2U},
+                                  {12U, 0x40000000U}}) {
     std::string bad = goodBlock;
     putU32(bad, at, value);
     writeFile(block(), bad);
     EXPECT_EQ(raised([&] { open(); }), "StorageReadError:" + file()) << at << " " << value;
   }
-  for (const auto& [head, next] : {std::pair{36U, 36U}, {36U, 20U}, {36U, 0xFFFFFFFFU},
-                                   {38U, 0U}, {0xFFFFFFF0U, 0U}}) {
+  for (const auto& [head, next] :
+       {std::pair{36U, 36U}, {36U, 20U}, {36U, 0xFFFFFFFFU}, {38U, 0U}, {0xFFFFFFF0U, 0U}}) {
     std::string table = goodTable, saved = goodBlock;
     putU32(table, 16, next);
     putU32(saved, 16, head);

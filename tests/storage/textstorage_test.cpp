@@ -66,10 +66,22 @@ TEST_F(TextStorage, LookupIgnoresTheCaseOfAsciiLettersOnlyAndFindsTheFirst) {
   EXPECT_EQ(table.getHash("\xC9T\xC9"), table.getHash("\xE9t\xE9"));
   EXPECT_EQ(table.lookup("\xC9t\xE9"), 0U) << "same bucket, but another text";
   EXPECT_EQ(table.lookup("\xE9T\xE9"), lower);
-  const auto a = table.addText("x\x7F" "a"), b = table.addText("x\x7F" "b");
-  EXPECT_EQ(table.getHash("x\x7F" "a"), slowHash("x") % 1000) << "the hash ends at 0x7F";
-  EXPECT_EQ(table.lookup("x\x7F" "a"), a);
-  EXPECT_EQ(table.lookup("X\x7F" "B"), b);
+  const auto a = table.addText(
+                 "x\x7F"
+                 "a"),
+             b = table.addText(
+                 "x\x7F"
+                 "b");
+  EXPECT_EQ(table.getHash("x\x7F"
+                          "a"),
+            slowHash("x") % 1000)
+      << "the hash ends at 0x7F";
+  EXPECT_EQ(table.lookup("x\x7F"
+                         "a"),
+            a);
+  EXPECT_EQ(table.lookup("X\x7F"
+                         "B"),
+            b);
   const auto empty = table.addText("");
   EXPECT_EQ(table.lookup(""), empty);
   EXPECT_EQ(table.getNext(empty), 0U);
@@ -158,8 +170,12 @@ TEST_F(TextStorage, UnsoundBlocksAreRefused) {
   { save(CTextStorage(file(), 100, 1000, 0, 3)); }
   const std::string good = readFile(block());
   std::vector<std::string> bad = {"", good.substr(0, 11), good.substr(0, 19), good.substr(0, 31)};
-  for (const auto& [at, value] : {std::pair{0U, 12350002U}, {12U, 12340002U}, {16U, 0U},
-                                  {16U, 4U}, {16U, 0xFFFFFFFFU}, {4U, 0U}}) {
+  for (const auto& [at, value] : {std::pair{0U, 12350002U},
+                                  {12U, 12340002U},
+                                  {16U, 0U},
+                                  {16U, 4U},
+                                  {16U, 0xFFFFFFFFU},
+                                  {4U, 0U}}) {
     bad.push_back(good);
     putU32(bad.back(), at, value);
   }
@@ -169,7 +185,8 @@ TEST_F(TextStorage, UnsoundBlocksAreRefused) {
   }
   writeFile(block(), good);
   EXPECT_EQ(raised([&] { open(); }), "");
-  writeFile(file(), bytesOf(100) + bytesOf(101) + bytesOf(100) + bytesOf(9) + std::string(84, '\0'));
+  writeFile(file(),
+            bytesOf(100) + bytesOf(101) + bytesOf(100) + bytesOf(9) + std::string(84, '\0'));
   EXPECT_EQ(raised([&] { open(); }), "StorageReadError:" + file()) << "used beyond the file";
 }
 

@@ -32,9 +32,7 @@ inline uint32_t slowHash(std::string_view text) {
 
 // Equal but for the case of ASCII letters.
 inline bool slowEqual(std::string_view a, std::string_view b) {
-  const auto ascii = [](char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 0x20) : c;
-  };
+  const auto ascii = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 0x20) : c; };
   if (a.size() != b.size()) return false;
   for (size_t i = 0; i < a.size(); ++i) {
     if (ascii(a[i]) != ascii(b[i])) return false;
@@ -89,8 +87,8 @@ inline std::vector<Entry> entriesOf(std::string_view file, uint32_t prefix) {
   const std::string_view used = file.substr(0, TableHeader(file).used);
   for (size_t at = 16; at < used.size();) {
     const auto id = static_cast<uint32_t>(at + prefix);
-    entries.push_back({id, u32At(used, at), std::string(used.substr(at + 4, prefix - 4)),
-                       textAt(used, id)});
+    entries.push_back(
+        {id, u32At(used, at), std::string(used.substr(at + 4, prefix - 4)), textAt(used, id)});
     at = id + entries.back().text.size() + 1;
   }
   return entries;
