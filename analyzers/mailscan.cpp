@@ -179,7 +179,7 @@ bool Base64Reader::nextValue(unsigned& value) {
     begun_ = begun_ || (c >= '+' && c <= 'z');
     const signed char found = kBase64Values[static_cast<unsigned char>(c)];
     if (found == kNoValue) continue;
-    value = static_cast<unsigned>(found);
+    value = static_cast<unsigned char>(found);
     return true;
   }
   return false;

@@ -107,8 +107,8 @@ void ContentInterpreter::drawAppearance(const Dictionary& annotation) {
   }
   const Matrix own = matrixOf(document_.get(form->dictionary, "Matrix"));
   double low[2] = {1e30, 1e30};
-  for (const size_t x : {0, 2}) {
-    for (const size_t y : {1, 3}) {
+  for (const size_t x : {size_t{0}, size_t{2}}) {
+    for (const size_t y : {size_t{1}, size_t{3}}) {
       low[0] = std::min(low[0], own.a * bounds[x] + own.c * bounds[y] + own.e);
       low[1] = std::min(low[1], own.b * bounds[x] + own.d * bounds[y] + own.f);
     }

@@ -9,7 +9,7 @@ enum Class : uint8_t { kRegular, kSpace, kDelimiter };
 
 constexpr std::array<uint8_t, 256> kClasses = [] {
   std::array<uint8_t, 256> classes{};
-  for (size_t c : {0, 9, 10, 12, 13, 32}) classes[c] = kSpace;
+  for (unsigned c : {0U, 9U, 10U, 12U, 13U, 32U}) classes[c] = kSpace;
   for (char c : {'(', ')', '<', '>', '[', ']', '{', '}', '/', '%'}) {
     classes[static_cast<size_t>(c)] = kDelimiter;
   }

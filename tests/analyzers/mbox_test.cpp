@@ -234,7 +234,7 @@ TEST_F(Mbox, Base64PassesOverWhatStandsForNoValue) {
       {"YWJj\xFF\x80\x01YWJj", "abcabc"},
   };
   for (const auto& one : cases) {
-    for (const size_t piece : {1, 2, 100}) {
+    for (const size_t piece : {1UL, 2UL, 100UL}) {
       Base64Reader reader(one.text);
       std::string bytes;
       char buffer[100];

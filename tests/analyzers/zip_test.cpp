@@ -62,7 +62,7 @@ TEST_F(Zip, WhatFollowsAMemberThatCannotBeOpenedIsLeftOut) {
 
 TEST_F(Zip, NamesOfAnyLengthAreCutAt255BytesAndShownAgain) {
   std::vector<ZipMember> members;
-  for (const size_t length : {254, 255, 256, 257, 400}) {
+  for (const size_t length : {254UL, 255UL, 256UL, 257UL, 400UL}) {
     // The first bytes tell the members apart.
     members.push_back({std::to_string(length) + std::string(length - 3, 'n'), "word "});
   }

@@ -57,7 +57,7 @@ TEST(HitSearch, EndsSoonOnHostileQueries) {
 // A host that asks for one hit after the other must not pay for the whole text each time.
 TEST(HitSearch, StepsThroughAMillionHits) {
   WordClasses classes;
-  classes.startTable['a'] = classes.insideTable['a'] = true;
+  classes.startTable[size_t{'a'}] = classes.insideTable[size_t{'a'}] = true;
   const std::string text(1 << 20, 'a');
   for (const char* query : {"a*", "*<2 a a*"}) {
     HitSearch search(classes, text, query, 3);
