@@ -51,7 +51,7 @@ void ShellPlace::advance(std::string_view piece) {
 
 std::string ShellPlace::argument(const std::string& path) const {
   // A path that begins with "-" would be taken as an option.
-  const std::string file = path.starts_with('-') ? "./" + path : path;
+  std::string file = path.starts_with('-') ? "./" + path : path;
   if (isPlainPath(file)) return file;
   switch (quotes_) {
     case Quotes::kSingle:

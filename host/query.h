@@ -26,7 +26,7 @@
 
 namespace veska {
 
-inline constexpr size_t kMaxQueryBytes = 64 * 1024;
+inline constexpr size_t kMaxQueryBytes = size_t{64} * 1024;
 inline constexpr size_t kMaxQueryDepth = 200;
 inline constexpr size_t kMaxQueryWords = 1000;
 inline constexpr size_t kMaxQueryWildcards = 40;  // each is held against all words of the index

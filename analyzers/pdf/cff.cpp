@@ -56,10 +56,10 @@ TopDictionary readTopDictionary(std::string_view bytes) {
       operand = static_cast<int64_t>(b) - 139;
       at += 1;
     } else if (b >= 247 && b <= 250) {
-      operand = static_cast<int64_t>((b - 247) * 256 + numberAt(bytes, at + 1, 1) + 108);
+      operand = (static_cast<int64_t>(b) - 247) * 256 + numberAt(bytes, at + 1, 1) + 108;
       at += 2;
     } else if (b >= 251 && b <= 254) {
-      operand = -static_cast<int64_t>((b - 251) * 256 + numberAt(bytes, at + 1, 1)) - 108;
+      operand = -(static_cast<int64_t>(b) - 251) * 256 - numberAt(bytes, at + 1, 1) - 108;
       at += 2;
     } else if (b == 28) {
       operand = static_cast<int16_t>(numberAt(bytes, at + 1, 2));

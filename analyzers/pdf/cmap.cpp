@@ -39,7 +39,7 @@ std::u32string decodeUtf16(std::string_view bytes) {
     } else if (unit < 0xDC00 && i + 3 < bytes.size()) {
       const char32_t low = numberOf(bytes.substr(i + 2, 2));
       if (low < 0xDC00 || low > 0xDFFF) continue;
-      text += 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
+      text += static_cast<char32_t>(0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00));
       i += 2;
     }
   }

@@ -72,7 +72,8 @@ bool Document::repair() {
   xref_->repair();
   if (!openSecurity()) return true;
   const std::vector<uint32_t> containers = xref_->objectStreams();
-  for (auto container = containers.rbegin(); container != containers.rend(); ++container) {
+  for (auto container = containers.rbegin(); container != containers.rend();  // NOLINT
+       ++container) {
     const ObjectStream* const stream = objectStream(*container);
     if (!stream) continue;
     for (const auto& place : stream->places) xref_->addCompressed(place.first, *container);

@@ -11,7 +11,7 @@ constexpr std::array<uint8_t, 256> kClasses = [] {
   std::array<uint8_t, 256> classes{};
   for (unsigned c : {0U, 9U, 10U, 12U, 13U, 32U}) classes[c] = kSpace;
   for (char c : {'(', ')', '<', '>', '[', ']', '{', '}', '/', '%'}) {
-    classes[static_cast<size_t>(c)] = kDelimiter;
+    classes[static_cast<unsigned char>(c)] = kDelimiter;
   }
   return classes;
 }();

@@ -45,7 +45,7 @@ Object Parser::object(const Token& token, int depth) {
 
 Object Parser::numberOrReference(const Token& token) {
   if (!(token.number > -9e15 && token.number < 9e15)) return Object(token.number);
-  const Object integer(static_cast<int64_t>(token.number));
+  Object integer(static_cast<int64_t>(token.number));
   if (!isCount(token)) return integer;
   const uint64_t after = lexer_.position();
   const Token generation = lexer_.next();

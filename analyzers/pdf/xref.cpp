@@ -110,8 +110,9 @@ bool Xref::readTableSubsections(Parser& parser,
     const Token count = lexer.next();
     if (!first.isNumber() || !count.isNumber() || first.number < 0 || count.number < 0)
       return false;
-    auto number = static_cast<uint64_t>(first.number);
-    for (double i = 0; i < count.number; ++i, ++number) {
+    auto number = static_cast<uint64_t>(std::min(first.number, 4e18));
+    const auto end = number + static_cast<uint64_t>(std::min(count.number, 4e18));
+    for (; number < end; ++number) {
       if (!reader_.budget().takeSteps(8)) return false;
       const uint64_t before = lexer.position();
       const Token offset = lexer.next();
