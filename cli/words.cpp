@@ -60,7 +60,7 @@ std::vector<std::string> WordsCommand::terms() const {
     fold(encoded.text);
     terms.push_back(encoded.text);
   }
-  if (terms.empty()) terms.push_back("*");
+  if (terms.empty()) terms.emplace_back("*");
   return terms;
 }
 
