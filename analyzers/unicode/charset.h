@@ -52,9 +52,9 @@ class Decoder {
   // result, so it must last as long. last: nothing follows; what is cut becomes U+FFFD.
   std::string_view decode(std::string_view bytes, bool last);
 
- private:
   class Converter;
 
+ private:
   std::unique_ptr<Converter> converter_;
 };
 

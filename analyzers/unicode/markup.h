@@ -42,7 +42,7 @@ std::string attributeValue(Markup markup, std::string_view attributes, std::stri
 // The name without its prefix: "w:t" gives "t".
 std::string_view localName(std::string_view name);
 
-// Appends text with its character references decoded. html: all of HTML's names, else XML's five.
+// Appends text with its character references decoded, by the names of HTML, which hold those of XML.
 void appendDecoded(Markup markup, std::string_view text, std::string& to);
 
 }  // namespace veska::unicode

@@ -118,7 +118,8 @@ class PeekedInput : public ByteInput {
  public:
   static constexpr size_t kHeadBytes = 65536;
 
-  // Reads the head. input: outlives the object, and stands at its beginning.
+  // Reads the head, or shares it with an input that is peeked already. input: outlives the object,
+  // and stands at its beginning.
   explicit PeekedInput(ByteInput& input);
 
   // The document's first bytes: at most kHeadBytes, fewer only when it is no longer.
@@ -132,7 +133,8 @@ class PeekedInput : public ByteInput {
 
  private:
   ByteInput& input_;
-  std::string head_;
+  std::unique_ptr<char[]> own_;  // null where input has the same head
+  std::string_view head_;
   size_t taken_ = 0;  // of the head
 };
 
