@@ -1,10 +1,39 @@
 // Wildcard terms. Once a later star is reached, the places of an earlier one need not be tried
 // again: the later star would only find less of the word before it.
 
+#include "analyzers/unicode/characters.h"
 #include "index/index.h"
 
 namespace {
 
+// How texts are read: byte by byte, each as it is, ...
+struct Bytes {
+  static bool equal(const char* word, const char* term) { return *word == *term; }
+  static const char* next(const char* at) { return at + 1; }
+};
+
+// ... or by characters of UTF-8, without regard to case.
+struct Characters {
+  static veska::unicode::Decoded decode(const char* at) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(at);
+    size_t length = 1;
+    while (length < 4 && (bytes[length] & 0xC0) == 0x80) ++length;
+    return veska::unicode::decodeCharacter(bytes, bytes + length);
+  }
+  static char32_t folded(const char* at) {
+    return veska::unicode::factsOf(decode(at).character).folded();
+  }
+  static bool equal(const char* word, const char* term) {
+    const bool ascii = static_cast<unsigned char>(*word) < 0x80 && static_cast<unsigned char>(*term) < 0x80;
+    return ascii ? foldAscii(*word) == foldAscii(*term) : folded(word) == folded(term);
+  }
+  static const char* next(const char* at) { return at + decode(at).bytes; }
+
+ private:
+  static char foldAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 0x20) : c; }
+};
+
+template <typename Text>
 class TermMatcher {
  public:
   TermMatcher(bool star, bool question) : star_(star), question_(question) {}
@@ -13,9 +42,9 @@ class TermMatcher {
     const char* afterStar = nullptr;
     const char* retry = nullptr;
     for (;;) {
-      while (*word && *term && !isStar(*term) && (isQuestion(*term) || *word == *term)) {
-        ++word;
-        ++term;
+      while (*word && *term && !isStar(*term) && (isQuestion(*term) || Text::equal(word, term))) {
+        word = Text::next(word);
+        term = Text::next(term);
       }
       if (*word && isStar(*term)) {
         if (term[1] == 0) return true;
@@ -27,9 +56,10 @@ class TermMatcher {
         return false;
       }
       // The character behind the star is compared as it is, even when it is a wildcard.
-      while (*retry && *retry != *afterStar) ++retry;
+      while (*retry && !Text::equal(retry, afterStar)) retry = Text::next(retry);
       if (!*retry) return false;
-      word = retry++;
+      word = retry;
+      retry = Text::next(retry);
       term = afterStar;
     }
   }
@@ -52,5 +82,8 @@ class TermMatcher {
 
 bool CVeskaIndex::doesWordMatch(const char* word, const char* term) const {
   const auto isWordByte = [this](unsigned char c) { return validCharMask[c] || validTrailingMask[c]; };
-  return TermMatcher(!isWordByte('*'), !isWordByte('?')).matches(word, term);
+  const bool star = !isWordByte('*');
+  const bool question = !isWordByte('?');
+  return unicode ? TermMatcher<Characters>(star, question).matches(word, term)
+                 : TermMatcher<Bytes>(star, question).matches(word, term);
 }
