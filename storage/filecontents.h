@@ -9,10 +9,13 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "api/export.h"
+#include "storage/hitterms.h"
 
 class CVeskaIndex;
+class HitSearch;
 
 class VESKA_API CFileContents {
  public:
@@ -62,6 +65,12 @@ class VESKA_API CFileContents {
     void operator()(char* text) const { std::free(text); }
   };
 
+  std::string displayName(const std::vector<uint32_t>& path) const;
+  std::vector<uint32_t> recordPath(uint32_t fileId) const;
+  void readText(const std::vector<uint32_t>& path, uint32_t fileId, bool option);
+  const char* recordName(uint32_t id) const;
+  HitSearch& search(const char* query);
+
   CVeskaIndex* index_;
   std::string filePath_;
   bool extracted_ = false;
@@ -70,9 +79,11 @@ class VESKA_API CFileContents {
   int32_t defaultDistance_;
   char* lineCursor_ = nullptr;
   std::unique_ptr<char, FreeDeleter> contents_;
-  bool wordStartClass_[256];
-  bool wordClass_[256];
+  WordClasses classes_;  // start: the index's valid bytes; inside: those and the trailing ones
   std::string currentLine_;
+
+  size_t length_ = 0;                  // of the text
+  std::unique_ptr<HitSearch> search_;  // the last query; null when the text has changed since
 };
 
 #endif  // VESKA_STORAGE_FILECONTENTS_H_

@@ -1,0 +1,109 @@
+#include "tests/support/displaytest.h"
+
+namespace veska::test {
+namespace {
+
+using Rtf = DisplayTest;
+
+// The last ten bytes of a block are carried away.
+std::string padded(std::string_view text) { return std::string(text) + "0123456789"; }
+
+TEST_F(Rtf, IndexesWordsAcrossControls) {
+  struct Case {
+    std::string_view in;
+    std::string_view words;
+  };
+  const Case cases[] = {
+      {"Caf\\'e9 ", "caf\xE9 "},
+      {"Caf\\'E9 ", "caf\xE9 "},
+      {"Hel\\b lo ", "hello "},
+      {"Hel\\fs24 lo ", "hel lo "},
+      {"a\\b 12-3c ", "ac "},  // digits behind the blank go too
+      {"a\\~b ", "a b "},
+      {"a\\{b ", "a b "},
+      {"a\\\\b c ", "a c "},  // the second backslash begins a control word
+      {"a\\'zzb ", "a b "},
+      {"a\\'4zb ", "a b "},
+      {"{\\fonttbl Arial;} x ", "arial x "},
+      {"ab\\", ""},
+      {"ab\\'", ""},
+      {"ab\\'e", ""},
+      {"ab\\word", ""},
+      {"ab\\b ", ""},
+      {"ab\\b0", ""},
+  };
+  for (const Case& c : cases) EXPECT_EQ(wordsOf("rtf", std::string(c.in)), c.words) << c.in;
+}
+
+TEST_F(Rtf, CarriesWhatABlocksEndCuts) {
+  const IndexHandle index = newIndex();
+  CFileAnalyzer& rtf = *index->analyzerNamed("rtf");
+  struct Case {
+    std::string_view in;
+    std::string_view carried;
+  };
+  for (const Case& c : {Case{" \\", "\\"}, Case{" \\'", "\\'"}, Case{" \\'e", "\\'e"},
+                        Case{" \\wor", "\\"}, Case{" \\b ", ""}, Case{" \\b0", ""}}) {
+    std::string block(c.in);
+    std::strcpy(index->pendingWord, "?");
+    rtf.indexBuffer(block.data(), block.size(), 100, true);
+    EXPECT_EQ(index->pendingWord, c.carried) << c.in;
+  }
+}
+
+TEST_F(Rtf, ReadsMacintoshHeaders) {
+  EXPECT_EQ(wordsOf("rtf", "{\\rtf1\\mac\\ansicpg1252 Caf\\'8e "), "1252 caf\xE9 ");
+  EXPECT_EQ(wordsOf("rtf", "1234567macXXXXXXXXXXXX \\'e9 "), "1234567macxxxxxxxxxxxx \xC8 ");
+  EXPECT_EQ(wordsOf("rtf", "1234567mac X \\'e9 "), "1234567mac x \xE9 ");  // too short to tell
+  const IndexHandle index = newIndex();
+  CFileAnalyzer& rtf = *index->analyzerNamed("rtf");
+  EXPECT_EQ(strip(rtf, padded("{\\rtf1\\mac \\'8e x")), "\xE9\nx");
+  EXPECT_EQ(strip(rtf, padded("{\\rtf1\\ansi \\'e9 x")), "\xE9\nx");
+}
+
+TEST_F(Rtf, ShowsTheTextAlone) {
+  const IndexHandle index = newIndex();
+  CFileAnalyzer& rtf = *index->analyzerNamed("rtf");
+  struct Case {
+    std::string_view in;
+    std::string_view out;
+  };
+  const Case cases[] = {
+      {"one\\par two", "one\ntwo"},
+      {"one\\par\\b two", "one\nb\ntwo"},  // the byte behind the word goes whatever it is
+      {"one\\pard two", "one\ntwo"},
+      {"a\\'e9 b", "a\xE9\nb"},
+      {"\\fs24 a b", "a\nb"},
+      {"\\fs24a b", "a\nb"},
+      {"\\li-720 a b", "a\nb"},
+      {"{\\fonttbl{\\f0 Arial;}}a b", "a\nb"},
+      {"{\\pict 00ff}a b", "a\nb"},
+      {"{\\pictx z}a b", "za\nb"},  // another word
+      {"{\\do x}{\\doc y}a b", "ya\nb"},
+      {"{\\listtext 1.}{\\stylesheet x}{\\object y}a b", "a\nb"},
+      {"{\\*\\generator X;}a b", "a\nb"},
+      {"{\\pict \\{ }a b", "a\nb"},   // an escaped opening brace does not count
+      {"{\\pict \\} x}a b", "xa\nb"},  // an escaped closing one does
+      {"a\\{b\\}c\\\\d e", "a\\b\\c\\d\ne"},
+      {"a\\~b c", "a ~b\nc"},
+      {"a\r\nb\rc d", "abc\nd"},
+      {"a\nb", "a\nb"},
+      {"a{b}c d", "abc\nd"},
+  };
+  for (const Case& c : cases) EXPECT_EQ(strip(rtf, padded(c.in)), c.out) << c.in;
+}
+
+// A group, a control word and a brace may be cut by a block's end anywhere.
+TEST_F(Rtf, ShowsTheSameWhereverBlocksEnd) {
+  const IndexHandle index = newIndex();
+  CFileAnalyzer& rtf = *index->analyzerNamed("rtf");
+  for (size_t before = 65480; before < 65540; ++before) {
+    const std::string lines = "\n" + std::string(before, 'x') + ".";
+    const std::string shown =
+        fill(rtf, lines + padded("{\\fonttbl {Arial}}Caf\\'e9\\par{\\b0 more}\n"));
+    EXPECT_EQ(shown, lines + "Caf\xE9\nmore\n") << before;
+  }
+}
+
+}  // namespace
+}  // namespace veska::test
