@@ -246,6 +246,7 @@ class VESKA_API CVeskaIndex {
   void fillChunks();
   void zeroHandedCounts();
 
+  void indexUnicodeExclusions(const std::string& path);
   void addTextAnalyzers();
   void readExternalAnalyzers();
   void addExternalAnalyzer(const std::string& name, const std::string& extension,

@@ -24,7 +24,8 @@ struct Characters {
     return veska::unicode::factsOf(decode(at).character).folded();
   }
   static bool equal(const char* word, const char* term) {
-    const bool ascii = static_cast<unsigned char>(*word) < 0x80 && static_cast<unsigned char>(*term) < 0x80;
+    const bool ascii =
+        static_cast<unsigned char>(*word) < 0x80 && static_cast<unsigned char>(*term) < 0x80;
     return ascii ? foldAscii(*word) == foldAscii(*term) : folded(word) == folded(term);
   }
   static const char* next(const char* at) { return at + decode(at).bytes; }
@@ -81,7 +82,9 @@ class TermMatcher {
 }  // namespace
 
 bool CVeskaIndex::doesWordMatch(const char* word, const char* term) const {
-  const auto isWordByte = [this](unsigned char c) { return validCharMask[c] || validTrailingMask[c]; };
+  const auto isWordByte = [this](unsigned char c) {
+    return validCharMask[c] || validTrailingMask[c];
+  };
   const bool star = !isWordByte('*');
   const bool question = !isWordByte('?');
   return unicode ? TermMatcher<Characters>(star, question).matches(word, term)

@@ -18,14 +18,13 @@ struct Range {
   char32_t last;
 };
 
-// Scripts whose words are not set apart by blanks: Thai, Lao, Khmer, Hiragana, Katakana, Han. (Unicode
-// Character Database, Scripts.txt; digits are left out.)
+// Scripts whose words are not set apart by blanks: Thai, Lao, Khmer, Hiragana, Katakana, Han.
+// (Unicode Character Database, Scripts.txt; digits are left out.)
 constexpr Range kPairRanges[] = {
-    {0x0E01, 0x0E3A},   {0x0E40, 0x0E4E},   {0x0E81, 0x0ECE},   {0x0EDC, 0x0EDF},
-    {0x1780, 0x17D3},   {0x17D7, 0x17D7},   {0x17DC, 0x17DD},   {0x3005, 0x3007},
-    {0x3021, 0x3029},   {0x3031, 0x3035},   {0x3038, 0x303C},   {0x3041, 0x309F},
-    {0x30A1, 0x30FA},   {0x30FC, 0x30FF},   {0x31F0, 0x31FF},   {0x3400, 0x4DBF},
-    {0x4E00, 0x9FFF},   {0xF900, 0xFAFF},   {0xFF66, 0xFF9F},   {0x1AFF0, 0x1B167},
+    {0x0E01, 0x0E3A},   {0x0E40, 0x0E4E}, {0x0E81, 0x0ECE}, {0x0EDC, 0x0EDF}, {0x1780, 0x17D3},
+    {0x17D7, 0x17D7},   {0x17DC, 0x17DD}, {0x3005, 0x3007}, {0x3021, 0x3029}, {0x3031, 0x3035},
+    {0x3038, 0x303C},   {0x3041, 0x309F}, {0x30A1, 0x30FA}, {0x30FC, 0x30FF}, {0x31F0, 0x31FF},
+    {0x3400, 0x4DBF},   {0x4E00, 0x9FFF}, {0xF900, 0xFAFF}, {0xFF66, 0xFF9F}, {0x1AFF0, 0x1B167},
     {0x20000, 0x323AF},
 };
 
@@ -41,8 +40,9 @@ constexpr char32_t kShortI = 0x0439;
 
 template <size_t N>
 bool isIn(const Range (&ranges)[N], char32_t c) {
-  const auto* after = std::upper_bound(std::begin(ranges), std::end(ranges), c,
-                                       [](char32_t value, const Range& r) { return value < r.first; });
+  const auto* after =
+      std::upper_bound(std::begin(ranges), std::end(ranges), c,
+                       [](char32_t value, const Range& r) { return value < r.first; });
   return after != std::begin(ranges) && c <= std::prev(after)->last;
 }
 
@@ -68,8 +68,8 @@ bool isMark(utf8proc_category_t category) {
 
 bool isSurrogate(char32_t c) { return c >= 0xD800 && c <= 0xDFFF; }
 
-constexpr auto kFoldOptions = static_cast<utf8proc_option_t>(
-    UTF8PROC_STABLE | UTF8PROC_COMPOSE | UTF8PROC_CASEFOLD | UTF8PROC_IGNORE);
+constexpr auto kFoldOptions = static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_COMPOSE |
+                                                             UTF8PROC_CASEFOLD | UTF8PROC_IGNORE);
 
 // Does it compose with the character in front, or change places with it?
 bool dependsOnNeighbour(char32_t c, const utf8proc_property_t& property) {
@@ -115,8 +115,8 @@ std::u32string mapped(std::string_view utf8, utf8proc_option_t options) {
   return result;
 }
 
-// Canonical order: each run of marks sorted by class, equal classes left as they are. (utf8proc's own
-// sort takes quadratic time.)
+// Canonical order: each run of marks sorted by class, equal classes left as they are. (utf8proc's
+// own sort takes quadratic time.)
 void orderMarks(std::u32string& text) {
   const auto classOf = [](char32_t c) {
     return utf8proc_get_property(static_cast<int32_t>(c))->combining_class;
@@ -156,13 +156,20 @@ std::string encoded(const std::u32string& text) {
 // Letters that Unicode does not decompose, though people type the plain one.
 char32_t plainLetter(char32_t c) {
   switch (c) {
-    case 0x0111: return 'd';
-    case 0x0127: return 'h';
-    case 0x0131: return 'i';
-    case 0x0142: return 'l';
-    case 0x00F8: return 'o';
-    case 0x0167: return 't';
-    default: return c;
+    case 0x0111:
+      return 'd';
+    case 0x0127:
+      return 'h';
+    case 0x0131:
+      return 'i';
+    case 0x0142:
+      return 'l';
+    case 0x00F8:
+      return 'o';
+    case 0x0167:
+      return 't';
+    default:
+      return c;
   }
 }
 

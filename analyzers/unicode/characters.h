@@ -1,8 +1,8 @@
-// What a character is to the Unicode mode, one look-up each: may it stand in a word, what is it folded
-// to, is it of a script that is written without blanks?
+// What a character is to the Unicode mode, one look-up each: may it stand in a word, what is it
+// folded to, is it of a script that is written without blanks?
 //
-// The facts come from utf8proc (the Unicode Character Database). They are asked for once per block of
-// 256 characters, when a text first holds one of them, and kept for the life of the process.
+// The facts come from utf8proc (the Unicode Character Database). They are asked for once per block
+// of 256 characters, when a text first holds one of them, and kept for the life of the process.
 
 #ifndef VESKA_ANALYZERS_UNICODE_CHARACTERS_H_
 #define VESKA_ANALYZERS_UNICODE_CHARACTERS_H_
@@ -63,7 +63,9 @@ inline Decoded decodeAt(std::string_view text, size_t at) {
 
 // Writes the character, up to 4 bytes. Result: their count.
 inline unsigned encodeCharacter(char32_t c, unsigned char* to) {
-  const auto tail = [c](int shift) { return static_cast<unsigned char>(0x80 | ((c >> shift) & 0x3F)); };
+  const auto tail = [c](int shift) {
+    return static_cast<unsigned char>(0x80 | ((c >> shift) & 0x3F));
+  };
   if (c < 0x80) {
     to[0] = static_cast<unsigned char>(c);
     return 1;

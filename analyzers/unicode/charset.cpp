@@ -19,12 +19,12 @@ constexpr std::string_view kUtf8 = "UTF-8";
 constexpr std::string_view kWindows1252 = "WINDOWS-1252";
 constexpr std::string_view kReplacementBytes = "\xEF\xBF\xBD";
 
-// Windows-1252 from 0x80 to 0x9F; the rest is as in Latin-1. The five bytes without a character stand
-// for the control characters of the same number, as in the WHATWG Encoding Standard.
-constexpr char32_t kHigh1252[32] = {
-    0x20AC, 0x81,   0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
-    0x2039, 0x0152, 0x8D,   0x017D, 0x8F,   0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
-    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D,   0x017E, 0x0178};
+// Windows-1252 from 0x80 to 0x9F; the rest is as in Latin-1. The five bytes without a character
+// stand for the control characters of the same number, as in the WHATWG Encoding Standard.
+constexpr char32_t kHigh1252[32] = {0x20AC, 0x81,   0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+                                    0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x8D,   0x017D, 0x8F,
+                                    0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+                                    0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D,   0x017E, 0x0178};
 
 void append1252(std::string& to, unsigned char byte) {
   appendUtf8(to, byte >= 0x80 && byte < 0xA0 ? kHigh1252[byte - 0x80] : byte);
@@ -71,22 +71,38 @@ struct Alias {
   std::string_view used;
 };
 constexpr Alias kAliases[] = {
-    {"ANSI_X3.4-1968", kWindows1252}, {"ASCII", kWindows1252},
-    {"US-ASCII", kWindows1252},       {"ISO-8859-1", kWindows1252},
-    {"ISO8859-1", kWindows1252},      {"ISO_8859-1", kWindows1252},
-    {"LATIN1", kWindows1252},         {"LATIN-1", kWindows1252},
-    {"L1", kWindows1252},             {"CP1252", kWindows1252},
-    {"X-SJIS", "CP932"},              {"SHIFT_JIS", "CP932"},
-    {"SHIFT-JIS", "CP932"},           {"SJIS", "CP932"},
-    {"WINDOWS-31J", "CP932"},         {"GB2312", "GB18030"},
-    {"GBK", "GB18030"},               {"X-GBK", "GB18030"},
-    {"EUC-KR", "CP949"},              {"KS_C_5601-1987", "CP949"},
-    {"KS_C_5601", "CP949"},           {"BIG5", "BIG5-HKSCS"},
-    {"ISO-8859-9", "CP1254"},         {"ISO-8859-11", "CP874"},
-    {"TIS-620", "CP874"},             {"WINDOWS-874", "CP874"},
-    {"MACROMAN", "MACINTOSH"},        {"X-MAC-ROMAN", "MACINTOSH"},
-    {"MACINTOSH", "MACINTOSH"},       {"DOSOEM", "CP850"},
-    {"UTF8", kUtf8},                  {"X-UNICODE20UTF8", kUtf8},
+    {"ANSI_X3.4-1968", kWindows1252},
+    {"ASCII", kWindows1252},
+    {"US-ASCII", kWindows1252},
+    {"ISO-8859-1", kWindows1252},
+    {"ISO8859-1", kWindows1252},
+    {"ISO_8859-1", kWindows1252},
+    {"LATIN1", kWindows1252},
+    {"LATIN-1", kWindows1252},
+    {"L1", kWindows1252},
+    {"CP1252", kWindows1252},
+    {"X-SJIS", "CP932"},
+    {"SHIFT_JIS", "CP932"},
+    {"SHIFT-JIS", "CP932"},
+    {"SJIS", "CP932"},
+    {"WINDOWS-31J", "CP932"},
+    {"GB2312", "GB18030"},
+    {"GBK", "GB18030"},
+    {"X-GBK", "GB18030"},
+    {"EUC-KR", "CP949"},
+    {"KS_C_5601-1987", "CP949"},
+    {"KS_C_5601", "CP949"},
+    {"BIG5", "BIG5-HKSCS"},
+    {"ISO-8859-9", "CP1254"},
+    {"ISO-8859-11", "CP874"},
+    {"TIS-620", "CP874"},
+    {"WINDOWS-874", "CP874"},
+    {"MACROMAN", "MACINTOSH"},
+    {"X-MAC-ROMAN", "MACINTOSH"},
+    {"MACINTOSH", "MACINTOSH"},
+    {"DOSOEM", "CP850"},
+    {"UTF8", kUtf8},
+    {"X-UNICODE20UTF8", kUtf8},
 };
 
 // The name to give to iconv; empty when it is not one. iconv takes more than names: "//" options,
@@ -111,7 +127,8 @@ std::string usedName(std::string_view declared) {
 
 class IconvHandle {
  public:
-  explicit IconvHandle(const std::string& charset) : handle_(iconv_open("UTF-8", charset.c_str())) {}
+  explicit IconvHandle(const std::string& charset)
+      : handle_(iconv_open("UTF-8", charset.c_str())) {}
   ~IconvHandle() {
     if (isOpen()) iconv_close(handle_);
   }
@@ -146,7 +163,8 @@ constexpr Mark kMarks[] = {
     {"\xFE\xFF", "UTF-16BE"},
 };
 
-// UTF-16 without a mark: many blanks and line ends, told by their pattern, and never both bytes zero.
+// UTF-16 without a mark: many blanks and line ends, told by their pattern, and never both bytes
+// zero.
 std::string_view utf16ByShape(std::string_view head) {
   size_t little = 0;
   size_t big = 0;
@@ -227,8 +245,7 @@ bool looksBinary(std::string_view head) {
 
 void appendUtf8(std::string& to, char32_t character) {
   unsigned char bytes[4];
-  const bool valid =
-      character <= kLastCharacter && (character < 0xD800 || character > 0xDFFF);
+  const bool valid = character <= kLastCharacter && (character < 0xD800 || character > 0xDFFF);
   to.append(reinterpret_cast<char*>(bytes),
             encodeCharacter(valid ? character : kReplacement, bytes));
 }
@@ -259,8 +276,8 @@ class Decoder::Converter {
 
 namespace {
 
-// Checked, not converted. An invalid byte is one of Windows-1252: text in two character sets is more
-// common than damage.
+// Checked, not converted. An invalid byte is one of Windows-1252: text in two character sets is
+// more common than damage.
 class Utf8Converter {
  public:
   std::string_view decode(std::string_view bytes, bool last) {

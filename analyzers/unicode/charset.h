@@ -15,9 +15,9 @@
 
 namespace veska::unicode {
 
-// Bytes at the beginning of text that are valid UTF-8; all of them when the text is. A character that
-// the end cuts is not counted. Checked as the Unicode Standard asks (table 3-7): no overlong forms,
-// no surrogates, nothing above U+10FFFF.
+// Bytes at the beginning of text that are valid UTF-8; all of them when the text is. A character
+// that the end cuts is not counted. Checked as the Unicode Standard asks (table 3-7): no overlong
+// forms, no surrogates, nothing above U+10FFFF.
 size_t validUtf8Prefix(std::string_view text);
 
 // Is text valid UTF-8, but for a character that its end may cut?

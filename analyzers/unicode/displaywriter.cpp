@@ -11,7 +11,8 @@ constexpr size_t kMostIndent = 64;
 constexpr size_t kLongestCluster = 64;
 
 bool isLineEnd(char32_t c) {
-  return c == '\n' || c == '\v' || c == '\f' || c == '\r' || c == 0x85 || c == 0x2028 || c == 0x2029;
+  return c == '\n' || c == '\v' || c == '\f' || c == '\r' || c == 0x85 || c == 0x2028 ||
+         c == 0x2029;
 }
 
 bool isBlank(char32_t c) {
@@ -106,7 +107,8 @@ void DisplayWriter::addVisible(char32_t c, CharFacts facts) {
   if (pending) writePending();
   const auto columns = static_cast<size_t>(std::max(c < 0x80 ? 1 : columnsOf(c), 0));
   if (lineWidth_ != 0 && column_ + columns > lineWidth_) {
-    const bool breaksHere = facts.is(CharFacts::kPair) && !facts.is(CharFacts::kMark) && column_ != 0;
+    const bool breaksHere =
+        facts.is(CharFacts::kPair) && !facts.is(CharFacts::kMark) && column_ != 0;
     if (breaksHere && !(blankAt_ != kNoBlank && blankAt_ + 1 == out_.size())) {
       if (!write("\n")) return;
       column_ = 0;

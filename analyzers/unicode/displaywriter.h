@@ -18,8 +18,8 @@ namespace veska::unicode {
 class DisplayWriter : public TextSink {
  public:
   // maxBytes: of the text; never a part of a character. lineWidth: columns after which a line is
-  // wrapped, at a blank or between the characters of a script without blanks; 0: not. A word that is
-  // longer stays whole.
+  // wrapped, at a blank or between the characters of a script without blanks; 0: not. A word that
+  // is longer stays whole.
   DisplayWriter(size_t maxBytes, int lineWidth)
       : maxBytes_(maxBytes), lineWidth_(lineWidth > 0 ? static_cast<size_t>(lineWidth) : 0) {}
 
@@ -43,16 +43,16 @@ class DisplayWriter : public TextSink {
   const size_t lineWidth_;
   std::string out_;
   bool full_ = false;
-  bool afterReturn_ = false;       // a line feed that follows belongs to the carriage return
+  bool afterReturn_ = false;  // a line feed that follows belongs to the carriage return
 
   // What comes before the next visible character.
-  int lineEnds_ = 0;               // 2: an empty line
-  size_t blanks_ = 0;              // columns of them
+  int lineEnds_ = 0;   // 2: an empty line
+  size_t blanks_ = 0;  // columns of them
 
   size_t column_ = 0;
-  size_t clusterAt_ = 0;           // where the last character with its marks begins
+  size_t clusterAt_ = 0;  // where the last character with its marks begins
   static constexpr size_t kNoBlank = ~size_t{0};
-  size_t blankAt_ = kNoBlank;      // the last blank in this line, where it may be broken
+  size_t blankAt_ = kNoBlank;  // the last blank in this line, where it may be broken
   size_t columnAfterBlank_ = 0;
 };
 

@@ -22,7 +22,8 @@ constexpr Kind kMacRoman = {"macroman", "", false, makeMacRomanSource, nullptr};
 constexpr Kind kDos = {"dosoem", "", false, makeDosSource, nullptr};
 constexpr Kind kGeneric = {
     "generic",
-    "txt text md markdown rst log csv tsv tex ini cfg conf json yaml yml toml c h cc cpp cxx hpp hh "
+    "txt text md markdown rst log csv tsv tex ini cfg conf json yaml yml toml c h cc cpp cxx hpp "
+    "hh "
     "hxx java js mjs ts css py pl pm rb rs go php sh bash lua sql el lisp scm hs ml cs swift kt "
     "diff patch po pot srt org adoc",
     false, makePlainTextSource, [](std::string_view head) { return !looksBinary(head); }};
@@ -66,9 +67,10 @@ const Kind* kindOf(const Kind& wanted, std::string_view head, std::string_view n
 
 Outcome deliverFromMemory(TextSource& source, ByteInput& input, const SourceRequest& request,
                           TextSink& sink) {
-  const size_t most = request.maxExpanded == 0
-                          ? kMostInMemory
-                          : static_cast<size_t>(std::min<uint64_t>(request.maxExpanded, kMostInMemory));
+  const size_t most =
+      request.maxExpanded == 0
+          ? kMostInMemory
+          : static_cast<size_t>(std::min<uint64_t>(request.maxExpanded, kMostInMemory));
   constexpr size_t kPieceBytes = 1 << 20;
   std::string bytes;
   for (;;) {

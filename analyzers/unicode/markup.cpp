@@ -1,6 +1,6 @@
-// A tokenizer for HTML and XML that takes whatever it gets. It works on a window of decoded text: what
-// cannot be understood before more has come stays in the window, up to a bound; things without a
-// bound (text, comments, scripts) are worked off as they come.
+// A tokenizer for HTML and XML that takes whatever it gets. It works on a window of decoded text:
+// what cannot be understood before more has come stays in the window, up to a bound; things without
+// a bound (text, comments, scripts) are worked off as they come.
 
 #include "analyzers/unicode/markup.h"
 
@@ -31,7 +31,7 @@ bool equalsIgnoringCase(std::string_view text, std::string_view lowerText) {
 
 // Elements whose contents are no text, and those in which tags mean nothing.
 constexpr std::array<std::string_view, 6> kHiddenElements = {"script", "style",   "template",
-                                                     "iframe", "noembed", "noframes"};
+                                                             "iframe", "noembed", "noframes"};
 constexpr std::array<std::string_view, 2> kTextElements = {"title", "textarea"};
 
 template <size_t N>
@@ -40,8 +40,8 @@ bool isOneOf(const std::array<std::string_view, N>& names, std::string_view name
 }
 
 bool mayBeginName(Markup markup, char c) {
-  return isLetter(c) ||
-         (markup == Markup::kXml && (c == '_' || c == ':' || static_cast<unsigned char>(c) >= 0x80));
+  return isLetter(c) || (markup == Markup::kXml &&
+                         (c == '_' || c == ':' || static_cast<unsigned char>(c) >= 0x80));
 }
 
 class Parser {
@@ -65,21 +65,37 @@ class Parser {
   }
 
  private:
-  enum class State { kText, kComment, kDeclaration, kInstruction, kData, kLongTag, kHidden, kPlain };
+  enum class State {
+    kText,
+    kComment,
+    kDeclaration,
+    kInstruction,
+    kData,
+    kLongTag,
+    kHidden,
+    kPlain
+  };
 
   std::string_view rest() const { return std::string_view(window_).substr(at_); }
 
   // Result: false when more is needed.
   bool step() {
     switch (state_) {
-      case State::kText: return stepText();
-      case State::kComment: return skipTo("-->");
-      case State::kInstruction: return skipTo(markup_ == Markup::kXml ? "?>" : ">");
-      case State::kDeclaration: return stepDeclaration();
-      case State::kLongTag: return skipTo(">");
-      case State::kData: return stepData();
+      case State::kText:
+        return stepText();
+      case State::kComment:
+        return skipTo("-->");
+      case State::kInstruction:
+        return skipTo(markup_ == Markup::kXml ? "?>" : ">");
+      case State::kDeclaration:
+        return stepDeclaration();
+      case State::kLongTag:
+        return skipTo(">");
+      case State::kData:
+        return stepData();
       case State::kHidden:
-      case State::kPlain: return stepRaw();
+      case State::kPlain:
+        return stepRaw();
     }
     return false;
   }
@@ -313,7 +329,8 @@ std::string_view declaredIn(Markup markup, std::string_view head) {
   if (markup == Markup::kXml) return {};
   std::string lowered(head);
   std::transform(lowered.begin(), lowered.end(), lowered.begin(), lower);
-  for (size_t at = lowered.find("<meta"); at != std::string::npos; at = lowered.find("<meta", at + 5)) {
+  for (size_t at = lowered.find("<meta"); at != std::string::npos;
+       at = lowered.find("<meta", at + 5)) {
     const size_t end = std::min(lowered.find('>', at), lowered.size());
     const size_t charset = lowered.find("charset", at);
     if (charset < end) return valueAfter(head.substr(charset + 7, end - charset - 7));

@@ -79,37 +79,49 @@ struct TagBreak {
   Break strength;
 };
 
-// Sorted. Other elements are inline. (HTML Living Standard, 15.3: what is displayed as a block, with
-// and without margins.)
+// Sorted. Other elements are inline. (HTML Living Standard, 15.3: what is displayed as a block,
+// with and without margins.)
 constexpr TagBreak kHtmlBreaks[] = {
-    {"address", Break::kLine},       {"article", Break::kParagraph},  {"aside", Break::kParagraph},
-    {"blockquote", Break::kParagraph}, {"body", Break::kParagraph},   {"br", Break::kLine},
-    {"button", Break::kWord},        {"caption", Break::kLine},       {"center", Break::kLine},
-    {"dd", Break::kLine},            {"details", Break::kLine},       {"dialog", Break::kLine},
-    {"dir", Break::kParagraph},      {"div", Break::kLine},           {"dl", Break::kParagraph},
-    {"dt", Break::kLine},            {"embed", Break::kWord},         {"fieldset", Break::kLine},
-    {"figcaption", Break::kLine},    {"figure", Break::kParagraph},   {"footer", Break::kParagraph},
-    {"form", Break::kLine},          {"frame", Break::kWord},         {"h1", Break::kParagraph},
-    {"h2", Break::kParagraph},       {"h3", Break::kParagraph},       {"h4", Break::kParagraph},
-    {"h5", Break::kParagraph},       {"h6", Break::kParagraph},       {"head", Break::kParagraph},
-    {"header", Break::kParagraph},   {"hr", Break::kParagraph},       {"html", Break::kParagraph},
-    {"iframe", Break::kWord},        {"img", Break::kWord},           {"input", Break::kWord},
-    {"label", Break::kWord},         {"legend", Break::kLine},        {"li", Break::kLine},
-    {"listing", Break::kParagraph},  {"main", Break::kParagraph},     {"menu", Break::kParagraph},
-    {"nav", Break::kParagraph},      {"object", Break::kWord},        {"ol", Break::kParagraph},
-    {"optgroup", Break::kLine},      {"option", Break::kLine},        {"p", Break::kParagraph},
-    {"pre", Break::kParagraph},      {"rp", Break::kWord},            {"rt", Break::kWord},
-    {"script", Break::kWord},        {"section", Break::kParagraph},  {"select", Break::kWord},
-    {"style", Break::kWord},         {"summary", Break::kLine},       {"table", Break::kParagraph},
-    {"tbody", Break::kLine},         {"td", Break::kWord},            {"textarea", Break::kLine},
-    {"tfoot", Break::kLine},         {"th", Break::kWord},            {"thead", Break::kLine},
-    {"title", Break::kParagraph},    {"tr", Break::kLine},            {"ul", Break::kParagraph},
+    {"address", Break::kLine},      {"article", Break::kParagraph},
+    {"aside", Break::kParagraph},   {"blockquote", Break::kParagraph},
+    {"body", Break::kParagraph},    {"br", Break::kLine},
+    {"button", Break::kWord},       {"caption", Break::kLine},
+    {"center", Break::kLine},       {"dd", Break::kLine},
+    {"details", Break::kLine},      {"dialog", Break::kLine},
+    {"dir", Break::kParagraph},     {"div", Break::kLine},
+    {"dl", Break::kParagraph},      {"dt", Break::kLine},
+    {"embed", Break::kWord},        {"fieldset", Break::kLine},
+    {"figcaption", Break::kLine},   {"figure", Break::kParagraph},
+    {"footer", Break::kParagraph},  {"form", Break::kLine},
+    {"frame", Break::kWord},        {"h1", Break::kParagraph},
+    {"h2", Break::kParagraph},      {"h3", Break::kParagraph},
+    {"h4", Break::kParagraph},      {"h5", Break::kParagraph},
+    {"h6", Break::kParagraph},      {"head", Break::kParagraph},
+    {"header", Break::kParagraph},  {"hr", Break::kParagraph},
+    {"html", Break::kParagraph},    {"iframe", Break::kWord},
+    {"img", Break::kWord},          {"input", Break::kWord},
+    {"label", Break::kWord},        {"legend", Break::kLine},
+    {"li", Break::kLine},           {"listing", Break::kParagraph},
+    {"main", Break::kParagraph},    {"menu", Break::kParagraph},
+    {"nav", Break::kParagraph},     {"object", Break::kWord},
+    {"ol", Break::kParagraph},      {"optgroup", Break::kLine},
+    {"option", Break::kLine},       {"p", Break::kParagraph},
+    {"pre", Break::kParagraph},     {"rp", Break::kWord},
+    {"rt", Break::kWord},           {"script", Break::kWord},
+    {"section", Break::kParagraph}, {"select", Break::kWord},
+    {"style", Break::kWord},        {"summary", Break::kLine},
+    {"table", Break::kParagraph},   {"tbody", Break::kLine},
+    {"td", Break::kWord},           {"textarea", Break::kLine},
+    {"tfoot", Break::kLine},        {"th", Break::kWord},
+    {"thead", Break::kLine},        {"title", Break::kParagraph},
+    {"tr", Break::kLine},           {"ul", Break::kParagraph},
     {"xmp", Break::kParagraph},
 };
 
 const TagBreak* breakOf(std::string_view name) {
-  const auto* at = std::lower_bound(std::begin(kHtmlBreaks), std::end(kHtmlBreaks), name,
-                                    [](const TagBreak& b, std::string_view n) { return b.name < n; });
+  const auto* at =
+      std::lower_bound(std::begin(kHtmlBreaks), std::end(kHtmlBreaks), name,
+                       [](const TagBreak& b, std::string_view n) { return b.name < n; });
   return at != std::end(kHtmlBreaks) && at->name == name ? at : nullptr;
 }
 
@@ -190,13 +202,15 @@ class XmlHandler : public MarkupHandler {
   bool finish() { return text_.flush(); }
 
  private:
-  // Elements that mark a piece of running text in the common document types (XHTML, DocBook, TEI, ...).
+  // Elements that mark a piece of running text in the common document types (XHTML, DocBook, TEI,
+  // ...).
   static bool isInline(std::string_view name) {
-    return isOneOf(name, {"a", "abbr", "acronym", "b", "bold", "big", "cite", "code", "del", "dfn",
-                          "em", "emphasis", "font", "hi", "i", "ins", "it", "italic", "kbd",
-                          "literal", "mark", "q", "quote", "s", "samp", "small", "span", "strike",
-                          "strong", "sub", "subscript", "sup", "superscript", "tspan", "tt", "u",
-                          "var", "wbr"});
+    return isOneOf(
+        name, {"a",           "abbr",   "acronym", "b",        "bold",   "big", "cite",      "code",
+               "del",         "dfn",    "em",      "emphasis", "font",   "hi",  "i",         "ins",
+               "it",          "italic", "kbd",     "literal",  "mark",   "q",   "quote",     "s",
+               "samp",        "small",  "span",    "strike",   "strong", "sub", "subscript", "sup",
+               "superscript", "tspan",  "tt",      "u",        "var",    "wbr"});
   }
 
   bool tag(std::string_view name) {

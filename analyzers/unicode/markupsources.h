@@ -10,8 +10,9 @@
 
 namespace veska::unicode {
 
-// Title and meta description, then the page: inline tags join, block tags end lines, blanks collapse,
-// the alternative text of images is text. Scripts, styles, comments and templates are left out.
+// Title and meta description, then the page: inline tags join, block tags end lines, blanks
+// collapse, the alternative text of images is text. Scripts, styles, comments and templates are
+// left out.
 std::unique_ptr<TextSource> makeHtmlSource();
 bool isHtml(std::string_view head);
 

@@ -16,8 +16,8 @@ using namespace veska::unicode;
 
 namespace {
 
-// The part of a document that the limit for a file lets be read, counted as it is. Once bytes are not
-// read in order, the limit holds for the text alone.
+// The part of a document that the limit for a file lets be read, counted as it is. Once bytes are
+// not read in order, the limit holds for the text alone.
 class CountedInput : public ByteInput {
  public:
   CountedInput(ByteInput& input, CVeskaIndex& index, const char* path)

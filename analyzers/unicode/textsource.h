@@ -1,7 +1,7 @@
-// Text sources: how a document of any kind becomes one stream of text. A source reads the bytes of a
-// document and pushes its text, as UTF-8 in reading order, into a sink; the tokenizer and the display
-// writer are the two sinks of the engine. Nothing is lost or cut where a piece, a block or the file
-// ends: sinks join the pieces.
+// Text sources: how a document of any kind becomes one stream of text. A source reads the bytes of
+// a document and pushes its text, as UTF-8 in reading order, into a sink; the tokenizer and the
+// display writer are the two sinks of the engine. Nothing is lost or cut where a piece, a block or
+// the file ends: sinks join the pieces.
 //
 // How a source is written:
 //
@@ -10,9 +10,9 @@
 //     Outcome deliver(ByteInput& input, const SourceRequest& request, TextSink& sink) override;
 //   };
 //
-// reads input to its end, or until the sink answers false, and then returns. It holds no more than a
-// bounded piece of the document at a time where the format allows it, bounds every size, depth and
-// count that it takes from the input, and throws nothing of its own.
+// reads input to its end, or until the sink answers false, and then returns. It holds no more than
+// a bounded piece of the document at a time where the format allows it, bounds every size, depth
+// and count that it takes from the input, and throws nothing of its own.
 
 #ifndef VESKA_ANALYZERS_UNICODE_TEXTSOURCE_H_
 #define VESKA_ANALYZERS_UNICODE_TEXTSOURCE_H_
@@ -40,14 +40,14 @@ class TextSink {
  public:
   virtual ~TextSink() = default;
 
-  // Takes the next piece, of any length. utf8: valid UTF-8, no character cut in two. A piece goes on
-  // where the last one ended, within a word if need be. In it, blanks, tabs and other characters
+  // Takes the next piece, of any length. utf8: valid UTF-8, no character cut in two. A piece goes
+  // on where the last one ended, within a word if need be. In it, blanks, tabs and other characters
   // that are no part of words separate words, a line feed ends a line, an empty line a paragraph.
   // Result: false when no more is wanted: return at once.
   virtual bool text(std::string_view utf8) = 0;
 
-  // Sees to it that at least such a break stands here, before whatever text comes next. Several in a
-  // row make one, as strong as the strongest. Result: as above.
+  // Sees to it that at least such a break stands here, before whatever text comes next. Several in
+  // a row make one, as strong as the strongest. Result: as above.
   virtual bool boundary(Break strength) = 0;
 };
 
@@ -113,7 +113,8 @@ class StreamInput : public ByteInput {
   std::function<size_t(char* to, size_t bytes)> read_;
 };
 
-// An input whose first bytes were looked at and come again: the head of the document, then the rest.
+// An input whose first bytes were looked at and come again: the head of the document, then the
+// rest.
 class PeekedInput : public ByteInput {
  public:
   static constexpr size_t kHeadBytes = 65536;

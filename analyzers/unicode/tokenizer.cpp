@@ -1,6 +1,6 @@
 // The loop over ASCII does no more for a byte than its class, the folding and the hash need; other
-// characters cost one look-up. Only a word that holds a complex character is normalised, as a whole,
-// when it ends.
+// characters cost one look-up. Only a word that holds a complex character is normalised, as a
+// whole, when it ends.
 
 #include "analyzers/unicode/tokenizer.h"
 
@@ -37,9 +37,9 @@ Tokenizer::Tokenizer(const CVeskaIndex& index, WordLengths lengths, WordTaker& t
                      bool wildcards)
     : taker_(taker), lengths_(lengths) {
   for (unsigned byte = 1; byte < 0x7F; ++byte) {
-    classOf_[byte] = static_cast<unsigned char>(
-        (index.validCharMask[byte] ? kStarts | kContinues : 0) |
-        (index.validTrailingMask[byte] ? kContinues : 0));
+    classOf_[byte] =
+        static_cast<unsigned char>((index.validCharMask[byte] ? kStarts | kContinues : 0) |
+                                   (index.validTrailingMask[byte] ? kContinues : 0));
     folded_[byte] = foldByte(static_cast<char>(byte));
   }
   std::fill(classOf_ + 0x80, classOf_ + 0x100, kMany);

@@ -2,9 +2,9 @@
 //
 // A word is a run of letters, marks and digits: in ASCII the bytes of the index's masks (a trailing
 // byte continues a word only), elsewhere by Unicode category (L*, Nd, Nl; M* continue words). It is
-// composed (NFC), case-folded and counted in characters. Characters of no width and meaning, the soft
-// hyphen among them, are passed over. A run of a script that is written without blanks gives the
-// overlapping pairs of its characters, whatever the word lengths allow, or its one character.
+// composed (NFC), case-folded and counted in characters. Characters of no width and meaning, the
+// soft hyphen among them, are passed over. A run of a script that is written without blanks gives
+// the overlapping pairs of its characters, whatever the word lengths allow, or its one character.
 
 #ifndef VESKA_ANALYZERS_UNICODE_TOKENIZER_H_
 #define VESKA_ANALYZERS_UNICODE_TOKENIZER_H_
@@ -86,13 +86,13 @@ class Tokenizer : public TextSink {
 
   // The run so far, folded but for its complex characters.
   unsigned char run_[kMaxBytes + 2 * kMaxCharacterBytes];
-  size_t length_ = 0;      // bytes
-  size_t tailBytes_ = 0;   // of them, those that begin no character
-  uint32_t hash_ = 0;      // of a run without complex characters
+  size_t length_ = 0;     // bytes
+  size_t tailBytes_ = 0;  // of them, those that begin no character
+  uint32_t hash_ = 0;     // of a run without complex characters
   bool complex_ = false;
   bool tooLong_ = false;
-  bool pairs_ = false;     // a run of a script without blanks
-  bool pairGiven_ = false; // its first character was the second of a pair already
+  bool pairs_ = false;      // a run of a script without blanks
+  bool pairGiven_ = false;  // its first character was the second of a pair already
 };
 
 }  // namespace veska::unicode
