@@ -186,6 +186,20 @@ std::string_view utf16ByShape(std::string_view head) {
   return little > big ? "UTF-16LE" : "UTF-16BE";
 }
 
+// UTF-8 into which a few bytes of something else have strayed.
+bool isMostlyUtf8(std::string_view text) {
+  constexpr size_t kShare = 4;
+  size_t characters = 0;
+  size_t strays = 0;
+  while (!text.empty()) {
+    const size_t valid = validUtf8Prefix(text);
+    for (const char c : text.substr(0, valid)) characters += static_cast<unsigned char>(c) >= 0xC0;
+    strays += valid < text.size();
+    text.remove_prefix(std::min(valid + 1, text.size()));
+  }
+  return characters >= strays * kShare;
+}
+
 bool isControl(unsigned char c) {
   return c < 0x20 && c != '\t' && c != '\n' && c != '\v' && c != '\f' && c != '\r' && c != '\b' &&
          c != 0x1B;
@@ -265,7 +279,7 @@ std::string chooseCharset(std::string_view head, std::string_view declared, size
   if (!ascii && looksLikeUtf8(head)) return std::string(kUtf8);
   const std::string name = usedName(declared);
   if (!name.empty() && !is16Or32Bit(name) && isKnown(name)) return name;
-  return std::string(ascii ? kUtf8 : kWindows1252);
+  return std::string(ascii || isMostlyUtf8(head) ? kUtf8 : kWindows1252);
 }
 
 class Decoder::Converter {
