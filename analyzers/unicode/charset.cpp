@@ -245,6 +245,8 @@ bool looksLikeUtf8(std::string_view text) {
 bool looksBinary(std::string_view head) {
   for (const Mark& mark : kMarks)
     if (head.starts_with(mark.bytes)) return false;
+  constexpr size_t kTellingBytes = 8192;
+  head = head.substr(0, kTellingBytes);
   size_t zeros = 0;
   size_t controls = 0;
   for (const char c : head) {
