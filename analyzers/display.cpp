@@ -175,6 +175,13 @@ char* CFileAnalyzer::fillDisplayBuffer(const char* path, unsigned long /*fileId*
                                        unsigned long maxBytes, int lineWidth, bool option) {
   InputFile file(path);
   if (!file.isOpen()) throwVeskaError("CannotOpenContentsFile", path);
+  return displayBlocks([&file](char* to, size_t bytes) { return file.read(to, bytes); }, path,
+                       "DecodingGeneric", maxBytes, lineWidth, option);
+}
+
+char* CFileAnalyzer::displayBlocks(const BlockReader& readBlock, const char* path,
+                                   const char* statusKey, unsigned long maxBytes, int lineWidth,
+                                   bool option) {
   Block result(maxBytes == ~0UL ? nullptr : static_cast<char*>(std::malloc(maxBytes + 1)));
   if (!result) throwVeskaError("NoMemory", "");
 
@@ -186,7 +193,7 @@ char* CFileAnalyzer::fillDisplayBuffer(const char* path, unsigned long /*fileId*
   bool firstBlock = true;
   time_t lastReport = std::time(nullptr);
   while (length < maxBytes) {
-    const size_t read = file.read(input.get() + kept, kBlockBytes - kept);
+    const size_t read = readBlock(input.get() + kept, kBlockBytes - kept);
     if (read == 0) break;
     index->pendingWord[0] = '\0';
     const unsigned long made = stripBuffer(input.get(), kept + read, work.get(), kDisplayBlockBytes,
@@ -198,7 +205,7 @@ char* CFileAnalyzer::fillDisplayBuffer(const char* path, unsigned long /*fileId*
 
     const time_t now = std::time(nullptr);
     if (now > lastReport) {
-      if (!setStatus("DecodingGeneric", path)) break;
+      if (!setStatus(statusKey, path)) break;
       lastReport = now;
     }
     kept = strnlen(index->pendingWord, sizeof index->pendingWord);

@@ -90,6 +90,11 @@ class VESKA_API CFileAnalyzer {
   void indexBlocks(const BlockReader& read, CFileAnalyzer& analyzer, const char* path,
                    unsigned long recordId);
 
+  // The block loop of fillDisplayBuffer over any source of bytes; statusKey: what is posted at most
+  // once a second, with path. Raises "NoMemory".
+  char* displayBlocks(const BlockReader& read, const char* path, const char* statusKey,
+                      unsigned long maxBytes, int lineWidth, bool option);
+
   CVeskaIndex* index;
   bool useCharacterHooks = false;
 };

@@ -67,8 +67,8 @@ struct EntityName {
   char text[kMaxEntityName + 1] = {};
 };
 
-// The number behind a name's first byte. Deliberate: bytes below "0" count too, and the remainder is
-// taken by 255.
+// The number behind a name's first byte. Deliberate: bytes below "0" count too, and the remainder
+// is taken by 255.
 char numericReference(const char* name) {
   uint32_t value = 0;
   if (*name != '\0') {
@@ -134,8 +134,7 @@ bool CHtmlAnalyzer::checkStripCharacter(unsigned char* c, char** cursor, unsigne
     const size_t consumed = std::min(length + 1, rest.size());
     *cursor += consumed;
     *remaining -= consumed;
-    *c = static_cast<unsigned char>(
-        index->htmlChar(EntityName(rest.substr(0, length)).text));
+    *c = static_cast<unsigned char>(index->htmlChar(EntityName(rest.substr(0, length)).text));
   } else if (isTwoByteLead(*c)) {
     // Deliberate: what was decoded to such a byte takes the byte behind it along.
     ++*cursor;

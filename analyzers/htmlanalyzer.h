@@ -1,6 +1,6 @@
-// CHtmlAnalyzer: HTML and markup like it, read through the character hooks. While indexing, two-byte
-// UTF-8 sequences and numeric references are decoded, and tags count as text. For display, tags and
-// scripts go when the host wants it, and tags that begin a line become line feeds.
+// CHtmlAnalyzer: HTML and markup like it, read through the character hooks. While indexing,
+// two-byte UTF-8 sequences and numeric references are decoded, and tags count as text. For display,
+// tags and scripts go when the host wants it, and tags that begin a line become line feeds.
 
 #ifndef VESKA_ANALYZERS_HTMLANALYZER_H_
 #define VESKA_ANALYZERS_HTMLANALYZER_H_

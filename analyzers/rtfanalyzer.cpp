@@ -1,5 +1,6 @@
 // Rich Text Format 1.x: "{" and "}" enclose groups; "\word", a number and one blank are a control
-// word; "\'hh" is a character by its code; a backslash in front of anything else stands for a symbol.
+// word; "\'hh" is a character by its code; a backslash in front of anything else stands for a
+// symbol.
 
 #include "analyzers/rtfanalyzer.h"
 
@@ -35,9 +36,9 @@ struct Destination {
   std::string_view name;
   bool prefix;
 };
-constexpr Destination kSkippedDestinations[] = {{"pict", false},    {"object", false},
-                                                {"do", false},      {"fonttbl", false},
-                                                {"list", true},     {"style", true}};
+constexpr Destination kSkippedDestinations[] = {{"pict", false}, {"object", false},
+                                                {"do", false},   {"fonttbl", false},
+                                                {"list", true},  {"style", true}};
 
 // Does text begin with the control word name, and with no longer one?
 bool isControlWord(std::string_view text, std::string_view name) {
@@ -80,8 +81,8 @@ void moveWordTo(char* cursor, char** wordStart, char** wordEnd) {
   *wordEnd = cursor;
 }
 
-// Consumes *cursor inside a group that is not shown. Deliberate: an escaped "{" does not count, while
-// an escaped "}" does, as the test is for "]".
+// Consumes *cursor inside a group that is not shown. Deliberate: an escaped "{" does not count,
+// while an escaped "}" does, as the test is for "]".
 void skipInGroup(char** cursor, unsigned long* remaining, int* state) {
   if (**cursor == '{') {
     if (*state != INT_MAX) ++*state;

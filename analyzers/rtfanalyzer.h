@@ -1,6 +1,7 @@
-// CRtfAnalyzer: Rich Text Format, read through the character hooks rather than parsed. While indexing,
-// control words go and escapes are decoded, so that the words of the text stay whole, and no group is
-// left out. For display, the groups that hold no readable text are left out by counting braces.
+// CRtfAnalyzer: Rich Text Format, read through the character hooks rather than parsed. While
+// indexing, control words go and escapes are decoded, so that the words of the text stay whole, and
+// no group is left out. For display, the groups that hold no readable text are left out by counting
+// braces.
 
 #ifndef VESKA_ANALYZERS_RTFANALYZER_H_
 #define VESKA_ANALYZERS_RTFANALYZER_H_

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr uint64_t kBlockBytes = 512;
+constexpr uint64_t kHeaderBytes = 512;
 constexpr uint64_t kChunkBytes = 65536;
 
 struct Field {
@@ -27,17 +27,11 @@ constexpr size_t kKind = 156;
 // nearest in reach.
 int64_t readBinary(const unsigned char* field, size_t bytes) {
   using Limits = std::numeric_limits<int64_t>;
-  const bool negative = field[0] & 0x40;
-  int64_t value = negative ? -1 : 0;
-  for (size_t i = 0; i < bytes; ++i) {
-    const int64_t digit = i == 0 ? (field[0] & 0x7F) - (negative ? 0x80 : 0) : field[i];
-    if (i == 0) {
-      value = digit;
-    } else {
-      if (value > Limits::max() >> 8) return Limits::max();
-      if (value < Limits::min() >> 8) return Limits::min();
-      value = value * 256 + digit;
-    }
+  int64_t value = (field[0] & 0x7F) - (field[0] & 0x40 ? 0x80 : 0);
+  for (size_t i = 1; i < bytes; ++i) {
+    if (value > Limits::max() >> 8) return Limits::max();
+    if (value < Limits::min() >> 8) return Limits::min();
+    value = value * 256 + field[i];
   }
   return value;
 }
@@ -68,16 +62,16 @@ class CTarAnalyzer::Archive {
 
   // Reads the next header. Result: false at the end of the archive.
   bool next() {
-    char header[kBlockBytes];
+    char header[kHeaderBytes];
     if (next_ > file_.size()) return false;
     file_.seek(next_);
-    if (file_.read(header, kBlockBytes) != kBlockBytes || header[0] == 0) return false;
+    if (file_.read(header, kHeaderBytes) != kHeaderBytes || header[0] == 0) return false;
     name_.assign(header, strnlen(header, kName.bytes));
     time_ = readNumber(header, kTime);
     regular_ = header[kKind] == 0 || header[kKind] == '0';
     const int64_t size = readNumber(header, kSize);
     size_ = static_cast<uint64_t>(size < 0 ? std::numeric_limits<int64_t>::max() : size);
-    data_ = next_ + kBlockBytes;
+    data_ = next_ + kHeaderBytes;
     next_ = data_ + paddedSize();
     return true;
   }
@@ -100,7 +94,7 @@ class CTarAnalyzer::Archive {
   MemberSource paddedSource() { return file_.source(data_, std::min(paddedSize(), bytesLeft())); }
 
  private:
-  uint64_t paddedSize() const { return (size_ + kBlockBytes - 1) / kBlockBytes * kBlockBytes; }
+  uint64_t paddedSize() const { return (size_ + kHeaderBytes - 1) / kHeaderBytes * kHeaderBytes; }
   uint64_t bytesLeft() const { return data_ < file_.size() ? file_.size() - data_ : 0; }
 
   InputFile file_;

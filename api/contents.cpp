@@ -5,9 +5,8 @@
 #include "api/veskalib.h"
 #include "storage/filecontents.h"
 
-CFileContents* vidxGetFileContents(CVeskaIndex* index, unsigned long fileId,
-                                   unsigned long maxBytes, int lineWidth, bool option,
-                                   int defaultDistance) {
+CFileContents* vidxGetFileContents(CVeskaIndex* index, unsigned long fileId, unsigned long maxBytes,
+                                   int lineWidth, bool option, int defaultDistance) {
   return guarded<CFileContents*>(nullptr, [&] {
     return std::make_unique<CFileContents>(index, fileId, maxBytes, lineWidth, option,
                                            defaultDistance)

@@ -1,9 +1,10 @@
-// How a command of the program is declared. main.cpp has the table of all commands; each lies in the
-// source of its own name and gives a function that makes it.
+// How a command of the program is declared. main.cpp has the table of all commands; each lies in
+// the source of its own name and gives a function that makes it.
 #pragma once
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "host/home.h"
 
@@ -27,6 +28,9 @@ class Command {
   // Declares its options and arguments, bound to its own members. `app` has the summary as its
   // description already; app.footer(...) takes the examples.
   virtual void addOptions(CLI::App& app) = 0;
+
+  // May rewrite what stands behind the command before it is taken for options and arguments.
+  virtual void prepare(std::vector<std::string>& /*arguments*/) const {}
 
   // Does the work, output on stdout, remarks on stderr; failures by HostError.
   // Result: an ExitStatus (host/errors.h).

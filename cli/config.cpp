@@ -73,10 +73,10 @@ class ConfigCommand : public Command {
     text += fmt::format("limits      {} of a file, {} of an archive's member, {} of an archive\n",
                         limitText(settings.fileBytes), limitText(settings.memberBytes),
                         limitText(settings.archiveBytes));
-    text += fmt::format("            {} archives deep, {} for a converter\n", settings.archiveLevels,
-                        settings.converterSeconds == 0
-                            ? "any time"
-                            : fmt::format("{} s", settings.converterSeconds));
+    text += fmt::format(
+        "            {} archives deep, {} for a converter\n", settings.archiveLevels,
+        settings.converterSeconds == 0 ? "any time"
+                                       : fmt::format("{} s", settings.converterSeconds));
     text += fmt::format("unread      files that no reader reads are {}\n",
                         settings.recordAllFiles ? "known by name" : "not known");
     std::map<std::string, size_t> readers;

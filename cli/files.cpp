@@ -1,15 +1,14 @@
 // veska files: the files and archive members of the index.
+#include <fmt/chrono.h>
+#include <fmt/format.h>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <ctime>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <CLI/CLI.hpp>
-#include <fmt/chrono.h>
-#include <fmt/format.h>
 
 #include "cli/commands.h"
 #include "cli/terminal.h"
@@ -35,12 +34,13 @@ class FilesCommand : public Command {
 };
 
 void FilesCommand::addOptions(CLI::App& app) {
-  app.add_option("pattern", patterns_,
+  app.add_option("PATTERN", patterns_,
                  "Names, as *.txt; with a slash, whole paths; all files when there is none")
-      ->type_name("PATTERN...");
+      ->group("");
   app.add_flag("-0,--null", null_, "Paths raw, each ended by a zero byte");
   app.add_flag("-l,--long", long_, "Size and time of writing before the path");
   app.footer(
+      "PATTERN: names, as *.txt, or with a slash whole paths; without one, all files.\n"
       "Examples:\n"
       "  veska files '*.pdf'\n"
       "  veska files '*/Letters/*' --long");

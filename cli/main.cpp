@@ -1,10 +1,11 @@
-// The program: finds the command that the line names, lets it read its options, runs it, and tells of
-// what went wrong. This is the edge where failures end.
+// The program: finds the command that the line names, lets it read its options, runs it, and tells
+// of what went wrong. This is the edge where failures end.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -34,22 +35,22 @@ constexpr CommandEntry kCommands[] = {
     {"rebuild", "make the index anew", makeRebuildCommand},
 };
 
+constexpr size_t kNameColumns = 16;
+constexpr std::string_view kUsage =
+    "Find files by the words in them.   Usage: veska COMMAND [OPTIONS] [ARGUMENTS]\n\n";
+
+// With the commands, 24 lines of 80 columns: one screen.
 constexpr std::string_view kExamples =
-    "\nOptions for every command:\n"
-    "  --home DIR      keep settings and index in DIR (now in $XDG_DATA_HOME/veska, else\n"
-    "                  ~/.local/share/veska)\n"
+    "\n"
+    "  -h, --help      help; for a command: veska help COMMAND\n"
     "  -q, --quiet     no progress, no remarks\n"
-    "  -h, --help      help; also: veska help COMMAND\n"
+    "  --home DIR      where settings and index are (~/.local/share/veska)\n"
     "  --version       the version\n"
     "\n"
-    "Examples:\n"
-    "  veska index ~/Documents            make or extend the index\n"
-    "  veska update                       read what changed since\n"
-    "  veska search linux kernel          files with both words, best first\n"
-    "  veska search 'index* OR table' -l  names only, for words that begin with index\n"
-    "  veska status --problems            what could not be read, and why\n"
-    "\n"
-    "Exit status: 0 found or done, 1 nothing found, 2 error, 130 interrupted.\n";
+    "  veska index ~/Documents               make or extend the index\n"
+    "  veska search linux kernel             files with both words, best first\n"
+    "  veska search -l 'index* OR table'     names only, words that begin with index\n"
+    "  veska status --problems               what could not be read, and why\n";
 
 struct Invocation {
   std::string home;
@@ -61,12 +62,11 @@ struct Invocation {
 };
 
 void printHelp() {
-  std::string text =
-      "veska finds your files by the words in them.\n\n"
-      "Usage: veska COMMAND [OPTIONS] [ARGUMENTS]\n\nCommands:\n";
+  std::string text(kUsage);
   for (const CommandEntry& entry : kCommands) {
-    text += "  " + std::string(entry.name) + std::string(10 - std::string_view(entry.name).size(), ' ') +
-            entry.summary + "\n";
+    std::string name(entry.name);
+    name.resize(kNameColumns, ' ');
+    text += "  " + name + entry.summary + "\n";
   }
   writeOut(text);
   writeOut(kExamples);
@@ -129,6 +129,7 @@ int runCommand(const CommandEntry& entry, Invocation line) {
   app.add_option("--home", line.home, "Folder of settings and index")->type_name("DIR");
   app.add_flag("-q,--quiet", line.quiet, "No progress, no remarks");
   command->addOptions(app);
+  command->prepare(line.rest);
   std::vector<std::string> arguments(line.rest.rbegin(), line.rest.rend());
   try {
     app.parse(arguments);
@@ -163,12 +164,18 @@ int runLine(Invocation line) {
       return asked ? kExitDone : kExitError;
     }
   }
-  return runCommand(findCommand(line.command), std::move(line));
+  const CommandEntry& entry = findCommand(line.command);
+  return runCommand(entry, std::move(line));
 }
 
+// The remedy of a query that makes no sense has a second line: a mark under the place.
 void tell(std::string_view sentence, std::string_view remedy) {
   remark("veska: " + std::string(sentence));
-  if (!remedy.empty()) remark("       " + std::string(remedy));
+  while (!remedy.empty()) {
+    const std::string_view line = remedy.substr(0, remedy.find('\n'));
+    remark("       " + std::string(line));
+    remedy.remove_prefix(std::min(remedy.size(), line.size() + 1));
+  }
 }
 
 int guarded(int count, char** arguments) {
@@ -184,7 +191,8 @@ int guarded(int count, char** arguments) {
   } catch (const std::exception& error) {
     tell("something unforeseen went wrong: " + std::string(error.what()), "");
   } catch (int) {
-    tell("the index is damaged", "see what is wrong with: veska verify; repair with: veska rebuild");
+    tell("the index is damaged",
+         "see what is wrong with: veska verify; repair with: veska rebuild");
   }
   return kExitError;
 }

@@ -24,12 +24,10 @@ void summarize(const RunResult& result, double seconds) {
                          counted(state.liveFolders, "folder", "folders")));
     return;
   }
-  writeOut(fmt::format("{} in {}, {}; {} ({}) read in {:.1f} s\n",
-                       counted(state.liveFiles, "file", "files"),
-                       counted(state.liveFolders, "folder", "folders"),
-                       counted(state.wordsIndexed, "word", "words"),
-                       counted(result.contentsRead, "file", "files"), sizeText(result.bytesRead),
-                       seconds));
+  writeOut(fmt::format(
+      "{} in {}, {}; {} ({}) read in {:.1f} s\n", counted(state.liveFiles, "file", "files"),
+      counted(state.liveFolders, "folder", "folders"), counted(state.wordsIndexed, "word", "words"),
+      counted(result.contentsRead, "file", "files"), sizeText(result.bytesRead), seconds));
 }
 
 void remarkOn(const RunResult& result) {
@@ -42,9 +40,14 @@ void remarkOn(const RunResult& result) {
                            ? "1 file was"
                            : grouped(result.state.problemCount) + " files were"));
   }
+  for (const std::string& reader : result.unknownReaders) {
+    remark("veska: there is no reader named \"" + reader +
+           "\", as veska.toml has it; its files are known by name only");
+  }
   if (result.settingsDiffer) {
-    remark("veska: the settings have changed since the files were read;"
-           " to apply them to all files: veska rebuild");
+    remark(
+        "veska: the settings have changed since the files were read;"
+        " to apply them to all files: veska rebuild");
   }
 }
 

@@ -1,22 +1,23 @@
 // veska search: the files that match a query, best first, with the lines that show why.
-#include <unistd.h>
+#include "host/search.h"
 
-#include <algorithm>
-#include <ctime>
-
-#include <CLI/CLI.hpp>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <ctime>
 #include <nlohmann/json.hpp>
 
 #include "cli/commands.h"
+#include "cli/queryline.h"
 #include "cli/terminal.h"
 #include "host/catalog.h"
 #include "host/encoding.h"
 #include "host/errors.h"
 #include "host/hits.h"
 #include "host/query.h"
-#include "host/search.h"
 #include "host/snippets.h"
 
 namespace veska {
@@ -28,7 +29,6 @@ constexpr size_t kUsualLimit = 20;
 constexpr const char* kExamples =
     "QUERY: words (all of them), a OR b, -word, (groups), wild*cards, \"a phrase\", a NEAR/5 b\n"
     "Examples:\n"
-    "  veska search linux kernel\n"
     "  veska search 'tax* -draft' --dir ~/Documents --newer 1y\n"
     "  veska search '\"free software\"' --name '*.txt'\n"
     "  veska search -0 invoice | xargs -0 ls -l";
@@ -64,6 +64,9 @@ Json toJson(const Snippet& snippet) {
 class SearchCommand : public Command {
  public:
   void addOptions(CLI::App& app) override;
+  void prepare(std::vector<std::string>& arguments) const override {
+    protectExclusions(arguments, "l0qh", "n");
+  }
   int run(const Context& context) override;
 
  private:
@@ -91,12 +94,12 @@ class SearchCommand : public Command {
 };
 
 void SearchCommand::addOptions(CLI::App& app) {
-  app.add_option("query", words_, "What to look for")->required()->type_name("QUERY...");
+  app.add_option("QUERY", words_, "What to look for")->required()->group("");
   app.add_flag("-l,--files", filesOnly_, "Print the paths only, of all files found");
   app.add_flag("-0,--null", null_, "Paths only, raw, each ended by a zero byte");
   app.add_flag("--json", json_, "Print one JSON object");
-  limitOption_ = app.add_option("-n,--limit", limit_, "Results at most; 0: all (default 20)")
-                     ->type_name("N");
+  limitOption_ =
+      app.add_option("-n,--limit", limit_, "Results at most; 0: all (default 20)")->type_name("N");
   app.add_option("--lines", lines_, "Lines shown of each file (default 3)")->type_name("N");
   app.add_option("--dir", folders_, "Only below this folder; may be repeated")
       ->type_name("PATH")
@@ -106,11 +109,11 @@ void SearchCommand::addOptions(CLI::App& app) {
   app.add_option("--newer", newer_, "Written on DATE or later: 2024-03-31, or an age: 3d, 2w, 1y")
       ->type_name("DATE");
   app.add_option("--older", older_, "Written before DATE")->type_name("DATE");
-  app.add_option("--check", mostChecked_, "Texts looked into for phrases and NEAR (default 2000)")
+  app.add_option("--check", mostChecked_, "Texts looked into for phrases and NEAR (default 5000)")
       ->type_name("N");
-  app.add_option("--color", colour_, "Colours: auto, always, never")
+  app.add_option("--color", colour_, "Colours: auto (default), always, never")
       ->type_name("WHEN")
-      ->check(CLI::IsMember({"auto", "always", "never"}));
+      ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
   app.footer(kExamples);
 }
 
@@ -129,23 +132,13 @@ SearchOptions SearchCommand::searchOptions() const {
 }
 
 int SearchCommand::run(const Context& context) {
-  std::string text;
-  for (const std::string& word : words_) text += (text.empty() ? "" : " ") + word;
+  const std::string text = joinQuery(words_);
   const SearchOptions options = searchOptions();
   Catalog catalog(context.home);
-  const QueryResult parsed = parseQuery(
-      text, [&catalog](const std::string& word) { return catalog.whyNotIndexed(word); });
-  if (!parsed.query) {
-    const std::string explained = "veska: " + explain(parsed.error, text) + "\n";
-    std::fwrite(explained.data(), 1, explained.size(), stderr);
-    return kExitError;
-  }
-  const Query& query = *parsed.query;
+  const Query query = parseQueryLine(text, &catalog);
   Search search(catalog.reader(), query, catalog.corpus());
-  const SearchResult result =
-      search.run(options, [&catalog](FileId file, const auto& use) {
-        return catalog.readText(file, use);
-      });
+  const SearchResult result = search.run(
+      options, [&catalog](FileId file, const auto& use) { return catalog.readText(file, use); });
   if (json_) {
     printJson(catalog, text, query, result);
   } else if (filesOnly_ || null_) {
@@ -157,6 +150,7 @@ int SearchCommand::run(const Context& context) {
   if (!context.quiet) {
     for (const std::string& line : remarks(query, result)) remark(line);
   }
+  if (result.found.empty() && !context.quiet && isTerminal(STDOUT_FILENO)) remark("nothing found");
   return result.found.empty() ? kExitNothingFound : kExitDone;
 }
 
@@ -178,13 +172,17 @@ void SearchCommand::printResults(Catalog& catalog, const Query& query,
   const bool terminal = isTerminal(STDOUT_FILENO);
   const Palette palette(useColour(colour_));
   const HitFinder finder(catalog.reader(), query);
+  bool hadLines = false;
   for (size_t i = 0; i < result.found.size(); ++i) {
     const Ranked& file = result.found[i];
     const std::string path = printableName(catalog.reader().path(file.file), terminal);
-    std::string out = i == 0 ? "" : lines_ > 0 ? "\n" : "";
+    const std::vector<Snippet> lines = snippets(catalog, finder, file.file);
+    // An empty line sets those apart that have lines of their own.
+    std::string out = i > 0 && (hadLines || !lines.empty()) ? "\n" : "";
+    hadLines = !lines.empty();
     out += fmt::format("{}{}{}  {}{:.2f}{}\n", palette.path, path, palette.reset, palette.dim,
                        file.score, palette.reset);
-    for (const Snippet& snippet : snippets(catalog, finder, file.file)) {
+    for (const Snippet& snippet : lines) {
       out += fmt::format("  {}{}{}: ", palette.lineNumber, snippet.line, palette.reset);
       appendMarked(out, snippet.text, snippet.hits, palette);
       out += '\n';
@@ -243,25 +241,28 @@ void SearchCommand::printJson(Catalog& catalog, const std::string& text, const Q
   object["total_is_lower_bound"] = result.totalIsLowerBound;
   object["results"] = std::move(results);
   object["notes"] = remarks(query, result);
-  writeOut(object.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+  writeOut(object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 
 std::vector<std::string> SearchCommand::remarks(const Query& query,
                                                 const SearchResult& result) const {
   std::vector<std::string> lines = query.notes;
   if (result.unreadable > 0) {
-    lines.push_back(fmt::format("{} files could not be read and were left out; after changes run: "
-                                "veska update",
-                                result.unreadable));
+    lines.push_back(
+        fmt::format("{} files could not be read and were left out; after changes run: "
+                    "veska update",
+                    result.unreadable));
   }
   if (result.boundReached) {
-    lines.push_back(fmt::format("only the best {} of {} files with these words were looked into; "
-                                "narrow the query, or raise --check",
-                                result.checked, result.candidates));
+    lines.push_back(
+        fmt::format("only the best {} of {} files with these words were looked into; "
+                    "narrow the query, or raise --check",
+                    result.checked, result.candidates));
   } else if (result.totalIsLowerBound) {
-    lines.push_back(fmt::format("the best {} files are shown, there may be more; show all with "
-                                "--limit 0",
-                                result.found.size()));
+    lines.push_back(
+        fmt::format("the best {} files are shown, there may be more; show all with "
+                    "--limit 0",
+                    result.found.size()));
   } else if (result.found.size() < result.total) {
     lines.push_back(fmt::format("{} of {} files shown; show all with --limit 0",
                                 result.found.size(), result.total));

@@ -1,15 +1,15 @@
 // veska show: the text of one file, with the hits of a query marked.
+#include <fmt/format.h>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include <CLI/CLI.hpp>
-#include <fmt/format.h>
-
 #include "cli/commands.h"
+#include "cli/queryline.h"
 #include "cli/terminal.h"
 #include "host/catalog.h"
 #include "host/encoding.h"
@@ -113,8 +113,7 @@ void TextPrinter::appendText(std::string_view text, size_t begin, size_t end) {
     at = plain;
     if (at == end) break;
     const DecodedChar c = decodeUtf8(text.substr(0, end), at);
-    const char32_t code =
-        c.valid ? c.code : characterOf(static_cast<unsigned char>(text[at]));
+    const char32_t code = c.valid ? c.code : characterOf(static_cast<unsigned char>(text[at]));
     if (code == '\t') {
       out_ += '\t';
     } else if (code != '\r') {
@@ -127,6 +126,9 @@ void TextPrinter::appendText(std::string_view text, size_t begin, size_t end) {
 class ShowCommand : public Command {
  public:
   void addOptions(CLI::App& app) override;
+  void prepare(std::vector<std::string>& arguments) const override {
+    protectExclusions(arguments, "oNqh", "w");
+  }
   int run(const Context& context) override;
 
  private:
@@ -148,23 +150,25 @@ class ShowCommand : public Command {
 };
 
 void ShowCommand::addOptions(CLI::App& app) {
-  app.add_option("file", file_, "A path, an archive member as search prints it, or a record number")
+  app.add_option("FILE", file_, "A path, an archive member, or a record number")
       ->required()
-      ->type_name("FILE");
-  app.add_option("query", words_, "Marks its hits; as for search")->type_name("QUERY...");
+      ->group("");
+  app.add_option("QUERY", words_, "Marks its hits")->group("");
   app.add_flag("-o,--outline", outline_, "Only the lines that hold hits");
   app.add_flag("-N,--line-numbers", lineNumbers_, "A number before each line");
   app.add_option("-w,--width", width_, "Wrap lines at N characters (default: not)")
       ->type_name("N")
-      ->check(CLI::Range(0, 10000));
+      ->check(CLI::Range(0, 10000).description(""));
   app.add_option("--max-bytes", maxBytes_, "Stop after N bytes (default: the read limit)")
       ->type_name("N");
   app.add_flag("--raw", raw_, "Keep mark-up, and bytes as they are when stdout is no terminal");
   app.add_flag("--no-pager", noPager_, "Straight to the terminal");
-  app.add_option("--color", colour_, "Colours: auto, always, never")
+  app.add_option("--color", colour_, "Colours: auto (default), always, never")
       ->type_name("WHEN")
-      ->check(CLI::IsMember({"auto", "always", "never"}));
+      ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
   app.footer(
+      "FILE: a path, an archive member as search prints it, or a record number.\n"
+      "QUERY: as for search; its hits are marked.\n"
       "Examples:\n"
       "  veska show ~/Documents/letter.txt\n"
       "  veska show ~/mail.zip/inbox/note.txt invoice --outline --line-numbers");
@@ -174,18 +178,9 @@ int ShowCommand::run(const Context& context) {
   if (outline_ && words_.empty()) {
     fail("an outline is made of the lines that hold hits", "add a query behind the file");
   }
-  std::string text;
-  for (const std::string& word : words_) text += (text.empty() ? "" : " ") + word;
   Catalog catalog(context.home);
-  QueryResult parsed;
-  if (!words_.empty()) {
-    parsed = parseQuery(text);
-    if (!parsed.query) {
-      const std::string explained = "veska: " + explain(parsed.error, text) + "\n";
-      std::fwrite(explained.data(), 1, explained.size(), stderr);
-      return kExitError;
-    }
-  }
+  std::optional<Query> query;
+  if (!words_.empty()) query = parseQueryLine(joinQuery(words_), nullptr);
   const FileId file = resolve(catalog);
   const std::string reader = readerOf(catalog, catalog.reader().path(file));
   if (reader == "zip" || reader == "tar") {
@@ -193,7 +188,7 @@ int ShowCommand::run(const Context& context) {
     if (!members.empty()) return listMembers(catalog, members);
   }
   std::optional<HitFinder> finder;
-  if (parsed.query) finder.emplace(catalog.reader(), *parsed.query);
+  if (query) finder.emplace(catalog.reader(), *query);
   return showText(catalog, file, finder ? &*finder : nullptr, context.quiet);
 }
 

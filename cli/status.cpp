@@ -8,7 +8,7 @@
 
 #include "cli/commands.h"
 #include "cli/terminal.h"
-#include "host/encoding.h"
+#include "host/changes.h"
 #include "host/errors.h"
 #include "host/progress.h"
 #include "host/settings.h"
@@ -33,9 +33,8 @@ uint64_t tableBytes(const State& state) {
   return bytes;
 }
 
-bool contains(const std::vector<std::string>& list, const std::string& value) {
-  return std::find(list.begin(), list.end(), value) != list.end();
-}
+// Asked of the disk, not of the last run: that may be long ago.
+bool isUnseen(const std::string& root) { return lookAtRoot(root) != RootSight::kFilled; }
 
 class StatusCommand : public Command {
  public:
@@ -75,8 +74,7 @@ class StatusCommand : public Command {
     std::string text;
     for (const std::string& root : state.roots) {
       text += (text.empty() ? "folders    " : "           ") + printableName(root, terminal) +
-              (contains(state.missingRoots, root) ? "  (missing or empty, entries kept)" : "") +
-              "\n";
+              (isUnseen(root) ? "  (missing or empty now)" : "") + "\n";
     }
     text += fmt::format("files      {} in {} folders\n", grouped(state.liveFiles),
                         grouped(state.liveFolders));
@@ -92,9 +90,10 @@ class StatusCommand : public Command {
     }
     const uint64_t live = state.liveFiles + state.liveFolders;
     if (state.obsoleteRecords > live && state.obsoleteRecords > 1000) {
-      text += fmt::format("stale      {} entries of changed and removed files"
-                          " (`veska rebuild` gives back their room)\n",
-                          grouped(state.obsoleteRecords));
+      text += fmt::format(
+          "stale      {} entries of changed and removed files"
+          " (`veska rebuild` gives back their room)\n",
+          grouped(state.obsoleteRecords));
     }
     writeOut(text);
   }
@@ -115,7 +114,7 @@ class StatusCommand : public Command {
                         const std::vector<Problem>& problems) {
     Json roots = Json::array();
     for (const std::string& root : state.roots) {
-      roots.push_back({{"path", rootToText(root)}, {"missing", contains(state.missingRoots, root)}});
+      roots.push_back({{"path", rootToText(root)}, {"missing", isUnseen(root)}});
     }
     Json list = Json::array();
     for (const Problem& problem : problems) {

@@ -1,6 +1,7 @@
 #include "cli/terminal.h"
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,8 +12,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-
-#include <fmt/format.h>
 
 #include "host/encoding.h"
 #include "host/errors.h"
@@ -78,7 +77,12 @@ bool useColour(const std::string& choice) {
 std::string printableName(std::string_view bytes, bool forTerminal) {
   std::string out;
   out.reserve(bytes.size());
-  for (size_t at = 0; at < bytes.size();) {
+  for (size_t at = 0;;) {
+    size_t plain = at;
+    while (plain < bytes.size() && bytes[plain] >= ' ' && bytes[plain] < 0x7F) ++plain;
+    out += bytes.substr(at, plain - at);
+    at = plain;
+    if (at == bytes.size()) return out;
     const DecodedChar c = decodeUtf8(bytes, at);
     const auto byte = static_cast<unsigned char>(bytes[at]);
     std::string printed;
@@ -97,7 +101,6 @@ std::string printableName(std::string_view bytes, bool forTerminal) {
     }
     at += c.bytes;
   }
-  return out;
 }
 
 Palette::Palette(bool colour) {

@@ -20,8 +20,8 @@ size_t terminalWidth(size_t otherwise);
 // "always" or "never".
 bool useColour(const std::string& choice);
 
-// A file name for a line of output. Control characters become \n, \t, \x1B and so on. Bytes that are
-// not UTF-8 become \xHH for a terminal; elsewhere they stay, so that the name can be used.
+// A file name for a line of output. Control characters become \n, \t, \x1B and so on. Bytes that
+// are not UTF-8 become \xHH for a terminal; elsewhere they stay, so that the name can be used.
 std::string printableName(std::string_view bytes, bool forTerminal);
 
 // Escape sequences, empty without colour.
@@ -41,8 +41,8 @@ void flushOut();
 void remark(std::string_view text);
 
 // While it lives, stdout goes to $VESKA_PAGER, $PAGER or "less -R"; without any of them, or with
-// "cat" or an empty value, to where it went before. The command is started without a shell unless it holds
-// characters that only a shell understands.
+// "cat" or an empty value, to where it went before. The command is started without a shell unless
+// it holds characters that only a shell understands.
 class Pager {
  public:
   explicit Pager(bool wanted);

@@ -1,13 +1,14 @@
 // veska verify: checks the saved index and reports each broken invariant.
-#include <string>
+#include "host/verify.h"
+
+#include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
-#include <fmt/format.h>
+#include <string>
 
 #include "cli/commands.h"
 #include "cli/terminal.h"
 #include "host/errors.h"
-#include "host/verify.h"
 
 namespace veska {
 namespace {
@@ -21,7 +22,9 @@ class VerifyCommand : public Command {
 void VerifyCommand::addOptions(CLI::App& app) {
   app.footer(
       "Compares each table with its checksum, then follows all that refers from one to another.\n"
-      "Exit status: 0 sound, 2 damaged.");
+      "Exit status: 0 sound, 2 damaged.\n"
+      "Example:\n"
+      "  veska verify || veska rebuild");
 }
 
 int VerifyCommand::run(const Context& context) {
@@ -35,10 +38,10 @@ int VerifyCommand::run(const Context& context) {
          "make it anew from your files with: veska rebuild");
   }
   if (!context.quiet) {
-    writeOut(fmt::format("The index is sound: {} words, {} skip words, {} file records ({} obsolete), "
-                         "{} links.\n",
-                         counts.words, counts.skipWords, counts.records, counts.obsolete,
-                         counts.links));
+    writeOut(
+        fmt::format("The index is sound: {} words, {} skip words, {} file records ({} obsolete), "
+                    "{} links.\n",
+                    counts.words, counts.skipWords, counts.records, counts.obsolete, counts.links));
   }
   flushOut();
   return kExitDone;

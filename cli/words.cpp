@@ -1,11 +1,11 @@
 // veska words: the words of the index with the number of files that hold each.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
-
-#include <CLI/CLI.hpp>
-#include <fmt/format.h>
 
 #include "cli/commands.h"
 #include "cli/terminal.h"
@@ -36,11 +36,12 @@ class WordsCommand : public Command {
 };
 
 void WordsCommand::addOptions(CLI::App& app) {
-  app.add_option("pattern", patterns_, "Words with * and ?; all words when there is none")
-      ->type_name("PATTERN...");
+  app.add_option("PATTERN", patterns_, "Words with * and ?; all words when there is none")
+      ->group("");
   app.add_flag("-f,--by-files", byFiles_, "Those in most files first, not by the alphabet");
   app.add_option("-n,--limit", limit_, "Words at most; 0: all (default)")->type_name("N");
   app.footer(
+      "PATTERN: words with * and ?; without one, all words.\n"
       "Each line: the number of files, a tab, the word.\n"
       "Examples:\n"
       "  veska words 'wom?n*'\n"
@@ -79,10 +80,9 @@ std::vector<WordsCommand::Counted> WordsCommand::count(Reader& reader,
   }
   for (WordId word = reader.firstWord(); word != 0; word = reader.nextWord(word)) {
     const char* text = reader.wordText(word);
-    const bool wanted =
-        std::any_of(terms.begin(), terms.end(), [&](const std::string& term) {
-          return term == "*" || reader.matches(text, term);
-        });
+    const bool wanted = std::any_of(terms.begin(), terms.end(), [&](const std::string& term) {
+      return term == "*" || reader.matches(text, term);
+    });
     if (wanted) add(word);
   }
   return counted;

@@ -1,8 +1,8 @@
 #include "host/catalog.h"
 
-#include <algorithm>
-
 #include <fmt/format.h>
+
+#include <algorithm>
 
 namespace veska {
 
@@ -34,7 +34,8 @@ std::optional<Contents> Catalog::contents(FileId file, const TextOptions& option
 
 bool Catalog::readText(FileId file, const std::function<void(std::string_view text)>& use) {
   TextOptions options;
-  options.maxBytes = static_cast<uint32_t>(std::min<uint64_t>(settings().fileBytes, UINT32_MAX / 2));
+  options.maxBytes =
+      static_cast<uint32_t>(std::min<uint64_t>(settings().fileBytes, UINT32_MAX / 2));
   Report why;
   const std::optional<Contents> text = contents(file, options, &why);
   if (text) use(text->text());

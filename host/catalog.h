@@ -21,7 +21,8 @@ namespace veska {
 
 class Catalog {
  public:
-  // Fails when there is no index yet, or when it cannot be opened. The home must outlive the object.
+  // Fails when there is no index yet, or when it cannot be opened. The home must outlive the
+  // object.
   explicit Catalog(const Home& home);
 
   Reader& reader() { return reader_; }
@@ -32,10 +33,12 @@ class Catalog {
 
   // The display text of a file; nothing when it cannot be had, and the reason in *why.
   std::optional<Contents> contents(FileId file, const TextOptions& options, Report* why);
-  // Reads the display text whole, up to the read limit of the settings. A TextSource of host/search.h.
+  // Reads the display text whole, up to the read limit of the settings. A TextSource of
+  // host/search.h.
   bool readText(FileId file, const std::function<void(std::string_view text)>& use);
 
-  // A WordRule of host/query.h. A word that is in the index is found without a look at the settings.
+  // A WordRule of host/query.h. A word that is in the index is found without a look at the
+  // settings.
   std::string whyNotIndexed(const std::string& word);
 
  private:

@@ -137,8 +137,9 @@ bool ChangeFinder::differs(const Record& record, const std::string& path) const 
     if (!S_ISDIR(info.st_mode)) return true;
     // Times have whole seconds here: what was written in the second in which the run began, or
     // later, may have come after the folder was read.
-    const bool isSure =
-        recordTime(info) == record.time && info.st_mtime < state_.referenceTime;
+    // And a folder that could not be read may have been opened since, which leaves its time alone.
+    const bool isSure = recordTime(info) == record.time && info.st_mtime < state_.referenceTime &&
+                        !problems_.contains(path);
     return !isSure && folderHasNews(path, record.id);
   }
   if (!S_ISREG(info.st_mode)) return true;
@@ -160,7 +161,7 @@ bool ChangeFinder::isKnownProblem(const std::string& path, const struct stat& in
 
 bool ChangeFinder::folderHasNews(const std::string& path, uint32_t id) const {
   const Stream stream(::opendir(path.c_str()));
-  // The update tells of the folder; that it cannot be read is no news.
+  // That a folder cannot be read is news once.
   if (!stream) return !problems_.contains(path);
   while (const dirent* entry = ::readdir(stream.get())) {
     if (isDots(entry->d_name)) continue;

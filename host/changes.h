@@ -1,6 +1,7 @@
-// The look before an update: does anything differ from what the index holds? It reads the tables and
-// the file system's records of times and sizes, and writes nothing. Folders whose time has changed are
-// listed, so that a file that came and went, or an excluded one, is no reason for an update.
+// The look before an update: does anything differ from what the index holds? It reads the tables
+// and the file system's records of times and sizes, and writes nothing. Folders whose time has
+// changed are listed, so that a file that came and went, or an excluded one, is no reason for an
+// update.
 #pragma once
 
 #include <sys/stat.h>
@@ -25,9 +26,9 @@ struct Changes {
 
 class ChangeFinder {
  public:
-  // index: open for reading. settings: those in force now. state: of the index. problems: files that
-  // could not be read before; they are tried again when they have changed.
-  // ownFolder: the home, which is never indexed. All must outlive the object.
+  // index: open for reading. settings: those in force now. state: of the index. problems: files
+  // that could not be read before; they are tried again when they have changed. ownFolder: the
+  // home, which is never indexed. All must outlive the object.
   ChangeFinder(CVeskaIndex* index, const Settings& settings, const State& state,
                const std::vector<Problem>& problems, const std::string& ownFolder);
 

@@ -15,7 +15,7 @@ namespace veska {
 
 struct TextOptions {
   uint32_t maxBytes = 1u << 20;
-  int lineWidth = 0;         // 0: lines are not wrapped
+  int lineWidth = 0;          // 0: lines are not wrapped
   bool withoutMarkup = true;  // leave out the tags of HTML
 };
 

@@ -1,5 +1,5 @@
-// The settings that hold until somebody changes them, and the file in which they are shown. Both are
-// made from the same lists.
+// The settings that hold until somebody changes them, and the file in which they are shown. Both
+// are made from the same lists.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -19,32 +19,28 @@ struct DefaultGroup {
   std::string_view patterns;  // divided by blanks
 };
 
-// In order: a file goes to the first pattern that matches it, so what is met most often comes first.
+// In order: a file goes to the first pattern that matches it, so what is met most often comes
+// first.
 constexpr DefaultGroup kInclude[] = {
-    {"Plain text and source code.",
-     "generic",
+    {"Plain text and source code.", "generic",
      "*.txt *.md *.h *.c *.cpp *.hpp *.py *.js *.ts *.java *.rs *.go *.cc *.cxx *.hh *.rst "
      "*.json *.yaml *.yml *.toml *.ini *.conf *.cfg *.sh *.tex *.bib *.org *.adoc *.csv "
      "*.tsv *.log *.css *.scss *.jsx *.tsx *.vue *.rb *.pl *.pm *.php *.lua *.sql *.cs "
      "*.kt *.swift *.scala *.hs *.ml *.el *.lisp *.clj *.r *.m *.pas *.f90 *.s *.tcl *.awk "
      "*.vim *.cmake *.mk *.diff *.patch *.po *.srt *.ics *.vcf *.texi *.tcc *.inc *.in"},
-    {"Mark-up: tags are left out, entities become characters.",
-     "html",
+    {"Mark-up: tags are left out, entities become characters.", "html",
      "*.html *.htm *.xhtml *.xml *.svg *.opml *.rss *.fb2"},
     {"PDF and RTF.", "pdf", "*.pdf"},
     {"", "rtf", "*.rtf"},
-    {"Compressed files and archives; what is in them is chosen by these same patterns.",
-     "gzip",
+    {"Compressed files and archives; what is in them is chosen by these same patterns.", "gzip",
      "*.gz *.tgz"},
     {"", "zip", "*.zip *.jar"},
     {"", "tar", "*.tar"},
-    {"Office documents and e-books are archives of XML.",
-     "zip",
+    {"Office documents and e-books are archives of XML.", "zip",
      "*.docx *.odt *.xlsx *.ods *.pptx *.odp *.epub"},
     {"Mailboxes and single messages.", "mbox", "*.mbox *.mbx"},
     {"", "generic", "*.eml"},
-    {"Well-known names without an extension, and files of packages.",
-     "generic",
+    {"Well-known names without an extension, and files of packages.", "generic",
      "*readme *copyright *changelog *license *copying *authors *news *todo *notes *install "
      "*makefile *dockerfile *.debian */include/c++/*"},
 };
@@ -55,8 +51,7 @@ struct ExcludeGroup {
 };
 
 constexpr ExcludeGroup kExclude[] = {
-    {"version control",
-     "*/.git */.svn */.hg */.bzr */CVS */_darcs */.jj"},
+    {"version control", "*/.git */.svn */.hg */.bzr */CVS */_darcs */.jj"},
     {"caches, downloads of package managers, things thrown away",
      "*/.cache */node_modules */bower_components */__pycache__ */.npm */.yarn "
      "*/.cargo/registry */.rustup */.gradle */.m2 */.tox */.venv */site-packages "
@@ -130,7 +125,8 @@ Settings defaultSettings() {
     }
   }
   for (const ExcludeGroup& group : kExclude) {
-    for (const std::string_view pattern : split(group.patterns)) settings.exclude.emplace_back(pattern);
+    for (const std::string_view pattern : split(group.patterns))
+      settings.exclude.emplace_back(pattern);
   }
   return settings;
 }

@@ -15,7 +15,8 @@ constexpr std::array<char16_t, 32> kUpperControls = {
 
 // The letter that each of U+0100 to U+017F is built on.
 constexpr std::string_view kLatinExtendedA =
-    "AaAaAaCcCcCcCcDdDdEeEeEeEeEeGgGgGgGgHhHhIiIiIiIiIiIiJjKkkLlLlLlLlLlNnNnNnnNnOoOoOoOoRrRrRrSsSsSs"
+    "AaAaAaCcCcCcCcDdDdEeEeEeEeEeGgGgGgGgHhHhIiIiIiIiIiIiJjKkkLlLlLlLlLlNnNnNnnNnOoOoOoOoRrRrRrSsSs"
+    "Ss"
     "SsTtTtTtUuUuUuUuUuUuWwYyYZzZzZzs";
 static_assert(kLatinExtendedA.size() == 0x80);
 
@@ -54,15 +55,31 @@ int closestLetter(char32_t code) {
     return static_cast<unsigned char>(kLatinExtendedA[code - 0x100]);
   }
   switch (code) {
-    case 0x218: return 'S';
-    case 0x219: return 's';
-    case 0x21A: return 'T';
-    case 0x21B: return 't';
-    case 0x1E9E: return 0xDF;
-    case 0x2010: case 0x2011: case 0x2012: case 0x2212: return '-';
-    case 0x2032: return '\'';
-    case 0x2002: case 0x2003: case 0x2009: case 0x202F: case 0x3000: return ' ';
-    default: return -1;
+    case 0x218:
+      return 'S';
+    case 0x219:
+      return 's';
+    case 0x21A:
+      return 'T';
+    case 0x21B:
+      return 't';
+    case 0x1E9E:
+      return 0xDF;
+    case 0x2010:
+    case 0x2011:
+    case 0x2012:
+    case 0x2212:
+      return '-';
+    case 0x2032:
+      return '\'';
+    case 0x2002:
+    case 0x2003:
+    case 0x2009:
+    case 0x202F:
+    case 0x3000:
+      return ' ';
+    default:
+      return -1;
   }
 }
 

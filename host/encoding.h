@@ -31,9 +31,9 @@ char32_t characterOf(unsigned char byte);
 
 // A query as the index would hold it, not yet folded.
 struct Encoded {
-  std::string text;     // Windows-1252
-  std::string unknown;  // UTF-8: the first character that has no equivalent, empty if all have
-  size_t unknownAt = 0; // its offset in the UTF-8 text
+  std::string text;      // Windows-1252
+  std::string unknown;   // UTF-8: the first character that has no equivalent, empty if all have
+  size_t unknownAt = 0;  // its offset in the UTF-8 text
   bool approximated = false;  // some letter became the closest one
 };
 
@@ -85,8 +85,17 @@ constexpr bool isWordByte(unsigned char byte) {
            (byte >= 'A' && byte <= 'Z') || byte == '_';
   }
   switch (byte) {
-    case 0x83: case 0x8A: case 0x8C: case 0x8E: case 0x9A: case 0x9C: case 0x9E: case 0x9F:
-    case 0xAA: case 0xB5: case 0xBA:
+    case 0x83:
+    case 0x8A:
+    case 0x8C:
+    case 0x8E:
+    case 0x9A:
+    case 0x9C:
+    case 0x9E:
+    case 0x9F:
+    case 0xAA:
+    case 0xB5:
+    case 0xBA:
       return true;
     default:
       return byte >= 0xC0 && byte != 0xD7 && byte != 0xF7;

@@ -6,7 +6,8 @@
 namespace veska {
 namespace {
 
-constexpr std::string_view kRebuild = "see what is wrong with: veska verify; repair with: veska rebuild";
+constexpr std::string_view kRebuild =
+    "see what is wrong with: veska verify; repair with: veska rebuild";
 constexpr std::string_view kMakeRoom = "make room on the disk and run the command again";
 
 // "%" in a sentence stands for the report's detail.
@@ -26,8 +27,8 @@ constexpr ReportText kReportTexts[] = {
     {"UnmapFail", "the table % cannot be released", "run the command again"},
     {"MemFileOpenFail", "the table % cannot be created",
      "check the rights of the folder and the room on the disk"},
-    {"MemFileExtendFail", "a table cannot grow: %", kMakeRoom},
-    {"GetHugeSpace", "a table would pass 4 GB: % bytes",
+    {"MemFileExtendFail", "a table cannot grow to this many bytes: %", kMakeRoom},
+    {"GetHugeSpace", "a table would pass 4 GB: %",
      "leave folders out, or lower the word lengths in veska.toml, and run: veska rebuild"},
     {"NoMemory", "there is not enough memory %", "close other programs and run the command again"},
     {"SkipOpenFail", "the list of skip words % cannot be opened", "make the file readable"},
@@ -52,9 +53,11 @@ constexpr struct {
     {"FolderUnreadable", {"is a folder that cannot be read", "check its rights"}},
     {"PathTooLong", {"has a path that is too long", "move it nearer to the top"}},
     {"MemberFailed", {"cannot be taken out of its archive", "try to unpack it by hand"}},
-    {"LimitReached", {"is larger than a limit allows, and was read in part",
-                      "raise the limit in veska.toml if you trust it"}},
-    {"ConverterFailed", {"could not be converted", "try its command in externanalyzers.txt by hand"}},
+    {"LimitReached",
+     {"is larger than a limit allows, and was read in part",
+      "raise the limit in veska.toml if you trust it"}},
+    {"ConverterFailed",
+     {"could not be converted", "try its command in externanalyzers.txt by hand"}},
     {"PasswordNeeded", {"is locked by a password", "save a copy without one"}},
     {"Damaged", {"is damaged, and was read in part", "get an intact copy"}},
 };

@@ -45,8 +45,8 @@ void emptyFolder(int descriptor, int levelsLeft) {
     const std::string name = entry->d_name;
     if (name == "." || name == "..") continue;
     if (::unlinkat(::dirfd(stream), name.c_str(), 0) == 0 || levelsLeft == 0) continue;
-    const int below = ::openat(::dirfd(stream), name.c_str(),
-                               O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    const int below =
+        ::openat(::dirfd(stream), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (below < 0) continue;
     emptyFolder(below, levelsLeft - 1);
     ::unlinkat(::dirfd(stream), name.c_str(), AT_REMOVEDIR);

@@ -46,12 +46,8 @@ std::optional<std::time_t> parseAge(const std::string& text, std::time_t now) {
     std::time_t seconds;
   };
   constexpr std::time_t kDay = 86400;
-  constexpr std::array<Unit, 6> kUnits = {{{"m", 60},
-                                           {"h", 3600},
-                                           {"d", kDay},
-                                           {"w", 7 * kDay},
-                                           {"mo", 30 * kDay},
-                                           {"y", 365 * kDay}}};
+  constexpr std::array<Unit, 6> kUnits = {
+      {{"m", 60}, {"h", 3600}, {"d", kDay}, {"w", 7 * kDay}, {"mo", 30 * kDay}, {"y", 365 * kDay}}};
   unsigned count = 0;
   const char* end = text.data() + text.size();
   const auto [rest, error] = std::from_chars(text.data(), end, count);
@@ -79,8 +75,9 @@ bool FilterPass::parentAccepted(FileId parent) {
   const auto known = parents_.find(parent);
   if (known != parents_.end()) return known->second;
   const std::string_view folder = reader_.record(reader_.folderOf(parent)).name;
-  const bool accepted = std::any_of(filter_.folders.begin(), filter_.folders.end(),
-                                    [&](const std::string& wanted) { return liesIn(folder, wanted); });
+  const bool accepted =
+      std::any_of(filter_.folders.begin(), filter_.folders.end(),
+                  [&](const std::string& wanted) { return liesIn(folder, wanted); });
   parents_.emplace(parent, accepted);
   return accepted;
 }

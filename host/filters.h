@@ -40,8 +40,8 @@ class FilterPass {
 // Result: nothing when it is neither.
 std::optional<std::time_t> parseMoment(const std::string& text, std::time_t now);
 
-// The folder as file records name it: absolute, without "." and ".." and trailing "/". The path need
-// not exist.
+// The folder as file records name it: absolute, without "." and ".." and trailing "/". The path
+// need not exist.
 std::string absoluteFolder(const std::string& path);
 
 }  // namespace veska

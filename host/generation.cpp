@@ -1,7 +1,7 @@
 // The order of things is what keeps an index whole: the tables and state.json reach the disk, then
-// their folder, then the folder above it, and only then is the link `tables` replaced by one rename.
-// Whatever ends a run before the rename leaves the old generation in force; whatever ends it after
-// leaves the new one. Copies made on the way are found by name and swept by the next run.
+// their folder, then the folder above it, and only then is the link `tables` replaced by one
+// rename. Whatever ends a run before the rename leaves the old generation in force; whatever ends
+// it after leaves the new one. Copies made on the way are found by name and swept by the next run.
 #include "host/generation.h"
 
 #include <dirent.h>
@@ -103,8 +103,7 @@ void copyTable(const std::string& source, const std::string& target,
   if (::ioctl(to.get(), FICLONE, from.get()) == 0) return;
   for (;;) {
     if (interrupted()) fail("interrupted", "", kExitInterrupted);
-    const ssize_t copied =
-        ::copy_file_range(from.get(), nullptr, to.get(), nullptr, kCopyBytes, 0);
+    const ssize_t copied = ::copy_file_range(from.get(), nullptr, to.get(), nullptr, kCopyBytes, 0);
     if (copied > 0 || (copied < 0 && errno == EINTR)) continue;
     if (copied == 0) return;
     const bool unable = errno == EXDEV || errno == EINVAL || errno == ENOSYS ||
@@ -122,7 +121,8 @@ FileDescriptor holdForRemoval(const std::string& folder) {
   return hold;
 }
 
-// What is kept is named after its record: "123.txt", or "123" for a converter's output. 0 for others.
+// What is kept is named after its record: "123.txt", or "123" for a converter's output. 0 for
+// others.
 uint64_t recordOfCached(std::string_view name) {
   size_t digits = 0;
   const uint64_t id = leadingNumber(name, &digits);
@@ -143,8 +143,7 @@ std::string lockHolder(int lock) {
 WriterLock::WriterLock(const Home& home, bool wait) {
   home.create();
   const std::string path = home.lockFile();
-  lock_ = FileDescriptor(
-      ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+  lock_ = FileDescriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
   if (!lock_) failWithErrno("cannot open " + path, errno);
   while (::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) {
     if (errno == EWOULDBLOCK && !wait) {

@@ -57,8 +57,8 @@ void sweepGenerations(const Home& home, const WriterLock& lock);
 // The ids of the records for which something is kept in the lineage's cache, ascending.
 std::vector<uint64_t> cachedRecords(const Home& home, uint64_t lineage);
 
-// Removes from the lineage's cache what belongs to no live record (isLive: by its id), and temporary
-// files of runs that did not end. Does nothing while somebody reads there.
+// Removes from the lineage's cache what belongs to no live record (isLive: by its id), and
+// temporary files of runs that did not end. Does nothing while somebody reads there.
 void sweepCache(const Home& home, const WriterLock& lock, uint64_t lineage,
                 const std::function<bool(uint64_t id)>& isLive);
 

@@ -187,9 +187,9 @@ std::vector<Mark> HitFinder::marks(const std::vector<WordHit>& hits) const {
     const QueryLeaf& leaf = query_.leaves[number];
     if (leaf.negated) continue;
     for (const Run& run : runsOf(leaf, hits, query_.words.size(), false)) {
-      auto hit = std::lower_bound(
-          hits.begin(), hits.end(), run.first,
-          [](const WordHit& a, uint32_t ordinal) { return a.ordinal < ordinal; });
+      auto hit =
+          std::lower_bound(hits.begin(), hits.end(), run.first,
+                           [](const WordHit& a, uint32_t ordinal) { return a.ordinal < ordinal; });
       for (; hit != hits.end() && hit->ordinal < run.first + run.count; ++hit) {
         marks.push_back({hit->offset, hit->offset + hit->length, number});
       }

@@ -34,7 +34,8 @@ class HitFinder {
  public:
   HitFinder(const Reader& reader, const Query& query);
 
-  // All of them, by ordinal; a word of the text that several words of the query match comes for each.
+  // All of them, by ordinal; a word of the text that several words of the query match comes for
+  // each.
   std::vector<WordHit> find(std::string_view text) const;
   // Whether the leaf holds in the text that the hits are from.
   bool holds(const QueryLeaf& leaf, const std::vector<WordHit>& hits) const;
@@ -52,9 +53,9 @@ class HitFinder {
 
   const Reader& reader_;
   const Query& query_;
-  std::vector<Literal> literals_;    // sorted by text
-  std::vector<uint32_t> wildcards_;  // numbers in Query::words
-  std::array<bool, 256> mayStart_{}; // whether some word can start with the byte
+  std::vector<Literal> literals_;     // sorted by text
+  std::vector<uint32_t> wildcards_;   // numbers in Query::words
+  std::array<bool, 256> mayStart_{};  // whether some word can start with the byte
 };
 
 }  // namespace veska

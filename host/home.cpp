@@ -1,14 +1,17 @@
 #include "host/home.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <pwd.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 
 #include "host/errors.h"
@@ -39,6 +42,22 @@ void makeFolderWithParents(const std::string& path) {
   const size_t slash = path.rfind('/');
   if (slash != 0 && slash != std::string::npos) makeFolderWithParents(path.substr(0, slash));
   makePrivateFolder(path);
+}
+
+bool holdsOnlyOurs(const std::string& folder) {
+  constexpr std::string_view kOurs[] = {".",       "..",    "veska.toml",  "externanalyzers.txt",
+                                        "indexes", "cache", "skipfile.txt"};
+  struct Close {
+    void operator()(DIR* stream) const { ::closedir(stream); }
+  };
+  const std::unique_ptr<DIR, Close> stream(::opendir(folder.c_str()));
+  if (!stream) return false;
+  while (const dirent* entry = ::readdir(stream.get())) {
+    if (std::find(std::begin(kOurs), std::end(kOurs), entry->d_name) == std::end(kOurs)) {
+      return false;
+    }
+  }
+  return true;
 }
 
 // "generation-12" is 12; anything else is 0.
@@ -131,6 +150,10 @@ Generation Home::requireCurrent() const {
 
 void Home::create() const {
   makeFolderWithParents(root_);
+  // A folder that was there before becomes its user's alone, unless it holds other things too.
+  struct stat info;
+  const bool isOpen = ::stat(root_.c_str(), &info) == 0 && (info.st_mode & 077) != 0;
+  if (isOpen && info.st_uid == ::geteuid() && holdsOnlyOurs(root_)) ::chmod(root_.c_str(), 0700);
   makePrivateFolder(root_ + "/indexes");
   makePrivateFolder(indexFolder());
   makePrivateFolder(root_ + "/cache");

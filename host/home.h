@@ -9,9 +9,9 @@
 //     indexes/default/generation-N/    one saved index: its tables, state.json, problems.json
 //     cache/default/LINEAGE/           converter output and mail parts that display needs again
 //
-// A generation never changes once `tables` points at it. Readers hold a shared lock on the folder of
-// the generation that they read; a writer removes only generations that nobody holds.
-// Folders are made with mode 0700 and files with 0600, whatever the umask.
+// A generation never changes once `tables` points at it. Readers hold a shared lock on the folder
+// of the generation that they read; a writer removes only generations that nobody holds. Folders
+// are made with mode 0700 and files with 0600, whatever the umask.
 #pragma once
 
 #include <cstdint>
@@ -49,11 +49,13 @@ class Home {
   std::string cacheFolder(uint64_t lineage) const;
   std::string generationFolder(uint64_t number) const;  // without a trailing "/"
 
-  // The number in the link `tables`; 0 when there is no index yet. Fails when the link leads astray.
+  // The number in the link `tables`; 0 when there is no index yet. Fails when the link leads
+  // astray.
   uint64_t currentNumber() const;
   // The generation in force, held; nothing when there is no index yet. Needs no right to write.
   std::optional<Generation> openCurrent() const;
-  // As above; without an index it fails with "no index yet; make one with: veska index ~/Documents".
+  // As above; without an index it fails with "no index yet; make one with: veska index
+  // ~/Documents".
   Generation requireCurrent() const;
 
   // Makes the folders of the home that are missing.

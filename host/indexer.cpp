@@ -1,7 +1,7 @@
-// The run works on a copy of the index in force and replaces that only at its end, so whatever stops
-// it does no harm. Ctrl-C is no failure: what was read until then is sorted, saved and put in force,
-// and the next run goes on from there. Only a halted rebuild is thrown away, since the index that it
-// would replace knows more.
+// The run works on a copy of the index in force and replaces that only at its end, so whatever
+// stops it does no harm. Ctrl-C is no failure: what was read until then is sorted, saved and put in
+// force, and the next run goes on from there. Only a halted rebuild is thrown away, since the index
+// that it would replace knows more.
 #include "host/indexer.h"
 
 #include <sys/random.h>
@@ -197,6 +197,7 @@ void Indexer::build(NewGeneration& next) {
   }
   scratch_ = home_.cacheFolder(earlier_.lineage);
   makePrivateFolder(scratch_);
+  progress_.setScratchFolder(scratch_);
 
   CVeskaIndex* index = nullptr;
   SessionHooks hooks;
@@ -208,7 +209,7 @@ void Indexer::build(NewGeneration& next) {
   Session session = base_ ? Session::open(next.path(), std::move(hooks))
                           : Session::create(next.path(), std::move(hooks));
   index = session.index();
-  session.applySettings(settings_, scratch_);
+  result_.unknownReaders = session.applySettings(settings_, scratch_);
   session.prepareRun(earlier_, result_.state.referenceTime, base_.has_value());
   for (const std::string& root : changes_.missingRoots) vidxKeepTree(index, root.c_str());
   if (base_) {

@@ -28,10 +28,11 @@ struct RunOptions {
 struct RunResult {
   bool changed = false;  // a new generation is in force
   bool halted = false;
-  bool settingsDiffer = false;  // from those under which the files were read
-  State state;                  // of the generation in force
-  double bytesRead = 0;         // by this run
-  uint64_t contentsRead = 0;    // files and members, by this run
+  bool settingsDiffer = false;              // from those under which the files were read
+  std::vector<std::string> unknownReaders;  // named by the settings, but not there
+  State state;                              // of the generation in force
+  double bytesRead = 0;                     // by this run
+  uint64_t contentsRead = 0;                // files and members, by this run
 };
 
 class Indexer {

@@ -1,9 +1,9 @@
 #include "host/locate.h"
 
+#include <fmt/format.h>
+
 #include <charconv>
 #include <filesystem>
-
-#include <fmt/format.h>
 
 #include "host/errors.h"
 #include "host/filters.h"
@@ -51,12 +51,13 @@ std::optional<FileId> locateNumber(Reader reader, const std::string& typed) {
 
 }  // namespace
 
-// Members have slashes in their names, as folders have: each slash may end a name. Places still to be
-// tried wait on a stack; each stands for a record that exists, so there are few.
+// Members have slashes in their names, as folders have: each slash may end a name. Places still to
+// be tried wait on a stack; each stands for a record that exists, so there are few.
 std::optional<FileId> locatePath(const Reader& reader, const std::string& path) {
   if (const FileId folder = lookupIn(reader, path, 0); folder != 0) return folder;
   std::vector<Place> places;
-  for (size_t slash = path.find('/'); slash != std::string::npos; slash = path.find('/', slash + 1)) {
+  for (size_t slash = path.find('/'); slash != std::string::npos;
+       slash = path.find('/', slash + 1)) {
     const FileId folder = lookupIn(reader, slash == 0 ? "/" : path.substr(0, slash), 0);
     if (folder != 0) places.push_back({folder, slash + 1});
   }

@@ -1,5 +1,5 @@
-// From what somebody types to a record of the index: a path, an archive member as a search prints it,
-// or a record number.
+// From what somebody types to a record of the index: a path, an archive member as a search prints
+// it, or a record number.
 #pragma once
 
 #include <optional>
@@ -10,12 +10,13 @@
 
 namespace veska {
 
-// path: absolute, without "." and "..": FOLDER/FILE or FOLDER/ARCHIVE/MEMBER/... Result: a live record,
-// which may be a folder.
+// path: absolute, without "." and "..": FOLDER/FILE or FOLDER/ARCHIVE/MEMBER/... Result: a live
+// record, which may be a folder.
 std::optional<FileId> locatePath(const Reader& reader, const std::string& path);
 
 // As typed: tried as a path (relative ones from the current folder, then with symbolic links
-// resolved), with the escapes of printed names undone, and as a record number. Fails when nothing fits.
+// resolved), with the escapes of printed names undone, and as a record number. Fails when nothing
+// fits.
 FileId locate(const Reader& reader, const std::string& typed);
 
 // The live members directly in an archive, in the order in which they were indexed.

@@ -4,6 +4,8 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "host/encoding.h"
 
 namespace veska {
@@ -24,7 +26,7 @@ bool isControl(char32_t code) { return code < 0x20 || (code >= 0x7F && code < 0x
 
 std::string grouped(uint64_t number) {
   std::string digits = std::to_string(number);
-  for (size_t at = digits.size(); at > 3; at -= 3) digits.insert(at - 3, ",");
+  for (size_t at = digits.size(); at > 3; at -= 3) digits.insert(at - 3, 1, ',');
   return digits;
 }
 
@@ -95,7 +97,15 @@ void Progress::countedLine(CVeskaIndex* index, std::string_view path) {
       "{} files, {} words, {}, {}/s  ", grouped(vidxGetFilesIndexed(index) - filesBefore_),
       grouped(vidxGetWordsIndexed(index)), sizeText(bytes), sizeText(rate));
   const size_t width = terminalWidth() - 1;
-  write(line.size() >= width ? line.substr(0, width) : line + pathToFit(path, width - line.size()));
+  std::string shown(path);
+  if (!scratch_.empty() && path.starts_with(scratch_)) {
+    // The record's number stands before the name.
+    shown = "in an archive: " +
+            shown.substr(
+                std::min(shown.find_first_not_of("0123456789", scratch_.size()), shown.size()));
+  }
+  write(line.size() >= width ? line.substr(0, width)
+                             : line + pathToFit(shown, width - line.size()));
 }
 
 void Progress::write(std::string line) {

@@ -20,6 +20,8 @@ class Progress {
 
   // A phase that tells nothing of itself: "copying the index".
   void phase(std::string_view what);
+  // Paths below this folder are those of temporary files; the names of their sources are shown.
+  void setScratchFolder(const std::string& folder) { scratch_ = folder + "/"; }
   // A status report of the engine. index: whose counters are shown, may be null.
   void report(CVeskaIndex* index, std::string_view key, std::string_view detail);
 
@@ -31,6 +33,7 @@ class Progress {
   bool shown_ = false;
   std::chrono::steady_clock::time_point start_;
   std::chrono::steady_clock::time_point last_;
+  std::string scratch_;
   double bytesBefore_ = -1;
   unsigned long filesBefore_ = 0;
 };

@@ -9,8 +9,8 @@
 //   "free software"       the words next to each other, in this order
 //   linux NEAR/5 kernel   at most 5 words apart, in either order; NEAR alone means NEAR/10
 //
-// OR, AND, NOT and NEAR are operators in capitals only. What looks like one word but is split by the
-// index (foo-bar, don't) is the phrase of its pieces.
+// OR, AND, NOT and NEAR are operators in capitals only. What looks like one word but is split by
+// the index (foo-bar, don't) is the phrase of its pieces.
 //
 // Parsing and evaluation use explicit stacks, so that no query, however deep, uses up the call
 // stack; length, depth and number of words are bounded all the same.
@@ -66,6 +66,8 @@ struct Query {
   std::vector<std::string> notes;  // what was ignored and why, UTF-8, a sentence each
 
   bool needsText() const;
+  // Whether it would find files for what they do not hold; parseQuery lets no such query through.
+  bool onlyExcludes() const;
   // Words that a result holds, as against those that it must not hold.
   std::vector<bool> positiveWords() const;
 };

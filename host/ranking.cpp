@@ -7,8 +7,8 @@
 namespace veska {
 namespace {
 
-constexpr double kSaturation = 1.2;    // k1 of the literature
-constexpr double kLengthWeight = 0.75; // b
+constexpr double kSaturation = 1.2;     // k1 of the literature
+constexpr double kLengthWeight = 0.75;  // b
 // A file counts as no shorter and no longer than this, in average lengths.
 constexpr double kShortest = 1.0 / 8;
 constexpr double kLongest = 8;

@@ -1,7 +1,7 @@
 // The order of results: BM25 (S. Robertson and H. Zaragoza, "The Probabilistic Relevance Framework:
 // BM25 and Beyond", 2009) on what the index knows. How often a word stands in a file comes from the
-// links, where it saturates at 256. The length of a file is its recorded size in bytes, in relation to the
-// average of the index: a proxy, and therefore kept within bounds.
+// links, where it saturates at 256. The length of a file is its recorded size in bytes, in relation
+// to the average of the index: a proxy, and therefore kept within bounds.
 #pragma once
 
 #include <cstddef>

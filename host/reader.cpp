@@ -1,9 +1,9 @@
 #include "host/reader.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cstring>
-
-#include <fmt/format.h>
 
 #include "host/errors.h"
 #include "host/session.h"
@@ -18,8 +18,8 @@ constexpr int kMaxAncestors = 110;
 // Postings of many words are merged when they have grown to this number, and twice that, and so on.
 constexpr size_t kMergeAt = size_t{1} << 20;
 
-// By ascending file, each once. A chunk lists files in the order opposite to that in which they were
-// indexed, and newer chunks come first, so nearly always it is enough to reverse.
+// By ascending file, each once. A chunk lists files in the order opposite to that in which they
+// were indexed, and newer chunks come first, so nearly always it is enough to reverse.
 void sortAndMerge(std::vector<Posting>& postings) {
   const auto after = [](const Posting& a, const Posting& b) { return a.file > b.file; };
   if (std::is_sorted(postings.begin(), postings.end(), after)) {
@@ -42,7 +42,8 @@ void sortAndMerge(std::vector<Posting>& postings) {
 }  // namespace
 
 void failDamaged(const std::string& what) {
-  fail("the index is damaged: " + what, "see what is wrong with: veska verify; repair with: veska rebuild");
+  fail("the index is damaged: " + what,
+       "see what is wrong with: veska verify; repair with: veska rebuild");
 }
 
 Reader::Reader(CVeskaIndex* index)

@@ -1,10 +1,10 @@
 // Reads an index through the engine's interface: words, the files that hold them, file records and
-// their paths. Nothing is kept but what one query needs, and nothing is read before it is asked for,
-// so that a search in a new process costs little more than the pages that it touches.
+// their paths. Nothing is kept but what one query needs, and nothing is read before it is asked
+// for, so that a search in a new process costs little more than the pages that it touches.
 //
 // An index file may be damaged. Every walk here ends: next chunks must lie wholly before the chunk
-// read last, parents must lead to a folder within a bounded number of steps. What breaks these rules
-// fails with a HostError that says that the index is damaged.
+// read last, parents must lead to a folder within a bounded number of steps. What breaks these
+// rules fails with a HostError that says that the index is damaged.
 #pragma once
 
 #include <array>
@@ -49,7 +49,8 @@ class Reader {
   // The index must outlive the reader and not change meanwhile.
   explicit Reader(CVeskaIndex* index);
 
-  // Words ------------------------------------------------------------------------------------------
+  // Words
+  // ------------------------------------------------------------------------------------------
 
   // word: folded, in the index's character set. Result: 0 when no file ever held it.
   WordId lookup(const std::string& word) const;
@@ -62,14 +63,16 @@ class Reader {
   bool matches(const char* word, const std::string& term) const;
   WordEntry wordEntry(WordId word) const;
 
-  // Postings ---------------------------------------------------------------------------------------
+  // Postings
+  // ---------------------------------------------------------------------------------------
 
   // The live files that hold a word, by ascending id, each once.
   std::vector<Posting> postings(WordId word);
   // Those of all words that match a term with wildcards, merged.
   std::vector<Posting> wildcardPostings(const std::string& term);
 
-  // Files ------------------------------------------------------------------------------------------
+  // Files
+  // ------------------------------------------------------------------------------------------
 
   FileRecord record(FileId file) const;
   // Neither the record nor a folder or archive that it lies in is obsolete.

@@ -15,7 +15,8 @@ namespace {
 
 std::string makeTemporaryFolder() {
   const char* top = std::getenv("TMPDIR");
-  std::string path = (top != nullptr && top[0] == '/' ? std::string(top) : "/tmp") + "/veska-XXXXXX";
+  std::string path =
+      (top != nullptr && top[0] == '/' ? std::string(top) : "/tmp") + "/veska-XXXXXX";
   if (::mkdtemp(path.data()) == nullptr) {
     failWithErrno("cannot make a temporary folder " + path, errno);
   }

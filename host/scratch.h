@@ -10,8 +10,8 @@
 namespace veska {
 
 // Converter output and mail parts lie in the cache of the index's lineage and are used again, so
-// readers of contents take turns there: the object holds a lock on the cache until it goes. In a home
-// that cannot be written it is a folder of its own under $TMPDIR, removed at the end.
+// readers of contents take turns there: the object holds a lock on the cache until it goes. In a
+// home that cannot be written it is a folder of its own under $TMPDIR, removed at the end.
 class ScratchFolder {
  public:
   ScratchFolder(const Home& home, uint64_t lineage);

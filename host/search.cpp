@@ -1,7 +1,7 @@
-// Sets of files are sorted lists; a NOT only turns a flag, so that no list of all files is ever made.
-// Phrases and NEAR are first taken for "all their words", which holds in more files; under a NOT for
-// nothing at all, so that the NOT holds in more files too. The result then has every file that
-// matches, and the texts of the best ones decide.
+// Sets of files are sorted lists; a NOT only turns a flag, so that no list of all files is ever
+// made. Phrases and NEAR are first taken for "all their words", which holds in more files; under a
+// NOT for nothing at all, so that the NOT holds in more files too. The result then has every file
+// that matches, and the texts of the best ones decide.
 #include "host/search.h"
 
 #include <algorithm>
@@ -49,8 +49,7 @@ FileSet intersect(const FileSet& a, const FileSet& b) {
 }
 
 FileSet unite(const FileSet& a, const FileSet& b) {
-  FileSet result =
-      intersect(FileSet{a.files, !a.complement}, FileSet{b.files, !b.complement});
+  FileSet result = intersect(FileSet{a.files, !a.complement}, FileSet{b.files, !b.complement});
   result.complement = !result.complement;
   return result;
 }
@@ -156,9 +155,8 @@ void Search::check(BestFirst& candidates, const SearchOptions& options, const Te
     const Ranked candidate = candidates.take();
     ++result.checked;
     bool holds = false;
-    const bool readable = texts(candidate.file, [&](std::string_view text) {
-      holds = holdsIn(candidate.file, text);
-    });
+    const bool readable = texts(
+        candidate.file, [&](std::string_view text) { holds = holdsIn(candidate.file, text); });
     if (!readable) ++result.unreadable;
     if (holds) result.found.push_back(candidate);
   }
@@ -191,9 +189,9 @@ bool Search::holds(const QueryLeaf& leaf, FileId file, const std::vector<WordHit
 
 bool Search::hasWord(uint32_t word, FileId file) const {
   const std::vector<Posting>& postings = postings_[word];
-  const auto found = std::lower_bound(
-      postings.begin(), postings.end(), file,
-      [](const Posting& posting, FileId wanted) { return posting.file < wanted; });
+  const auto found =
+      std::lower_bound(postings.begin(), postings.end(), file,
+                       [](const Posting& posting, FileId wanted) { return posting.file < wanted; });
   return found != postings.end() && found->file == file;
 }
 

@@ -26,14 +26,15 @@ struct FileSet {
 FileSet intersect(const FileSet& a, const FileSet& b);
 FileSet unite(const FileSet& a, const FileSet& b);
 
-// Looks into the text of a file: calls use(text) with it and answers true; false when there is none.
+// Looks into the text of a file: calls use(text) with it and answers true; false when there is
+// none.
 using TextSource =
     std::function<bool(FileId file, const std::function<void(std::string_view text)>& use)>;
 
 struct SearchOptions {
   FileFilter filter;
-  size_t limit = 20;            // results at most; 0: all
-  size_t mostChecked = 2000;    // texts looked into at most, for phrases and NEAR
+  size_t limit = 20;          // results at most; 0: all
+  size_t mostChecked = 5000;  // texts looked into at most, for phrases and NEAR
 };
 
 struct SearchResult {
@@ -42,7 +43,8 @@ struct SearchResult {
   size_t candidates = 0;      // files that hold the words
   size_t checked = 0;         // texts looked into
   size_t unreadable = 0;      // of these, texts that could not be had
-  // Whether there were more candidates than could be looked at: files may be missing from the results
+  // Whether there were more candidates than could be looked at: files may be missing from the
+  // results
   // (`boundReached`), or just `total` is not the whole number (the limit was filled first).
   bool boundReached = false;
   bool totalIsLowerBound = false;

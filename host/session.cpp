@@ -1,8 +1,9 @@
 // The engine speaks through callbacks of the process, which carry no context. One Session is active
-// at a time; its hooks are found through a pointer of this file, and the last report waits here until
-// somebody asks for it.
+// at a time; its hooks are found through a pointer of this file, and the last report waits here
+// until somebody asks for it.
 #include "host/session.h"
 
+#include <algorithm>
 #include <string>
 
 #include "host/encoding.h"
@@ -95,7 +96,8 @@ void Session::setCharacterClasses() {
   }
 }
 
-void Session::applySettings(const Settings& settings, const std::string& temporaryFolder) {
+std::vector<std::string> Session::applySettings(const Settings& settings,
+                                                const std::string& temporaryFolder) {
   vidxSetMinWordLength(index_, settings.shortestWord);
   vidxSetMaxWordLength(index_, settings.longestWord);
   vidxSetTrackAll(index_, settings.recordAllFiles);
@@ -106,17 +108,24 @@ void Session::applySettings(const Settings& settings, const std::string& tempora
   vidxSetMaxConverterSeconds(index_, settings.converterSeconds);
   vidxSetTemporaryDirectory(index_, temporaryFolder.c_str());
   engineCall([this] { vidxCreateAnalyzers(index_); });
+  std::vector<std::string> unknown;
   vidxSetIncludeCount(index_, static_cast<int>(settings.include.size()));
   for (size_t slot = 0; slot < settings.include.size(); ++slot) {
     const IncludePattern& include = settings.include[slot];
     vidxSetIncludePattern(index_, static_cast<int>(slot), include.pattern.c_str(),
                           include.reader.c_str());
+    const bool isUnknown = lastReport && lastReport->key == "AnalyzerNotFound";
+    if (isUnknown) lastReport.reset();
     check();
+    if (isUnknown && std::find(unknown.begin(), unknown.end(), include.reader) == unknown.end()) {
+      unknown.push_back(include.reader);
+    }
   }
   vidxSetExcludeCount(index_, static_cast<int>(settings.exclude.size()));
   for (size_t slot = 0; slot < settings.exclude.size(); ++slot) {
     vidxSetExcludePattern(index_, static_cast<int>(slot), settings.exclude[slot].c_str());
   }
+  return unknown;
 }
 
 void Session::prepareRun(const State& earlier, int64_t referenceTime, bool isUpdate) {

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "api/veskalib.h"
 #include "host/errors.h"
@@ -43,14 +44,18 @@ class Session {
   void close();
 
   // What indexing and reading of contents need on top: limits, word lengths, analyzers, patterns,
-  // the folder for temporary files. An include pattern with an unknown reader fails.
-  void applySettings(const Settings& settings, const std::string& temporaryFolder);
+  // the folder for temporary files.
+  // Result: the readers named by the settings that do not exist; their files are known by name
+  // only.
+  std::vector<std::string> applySettings(const Settings& settings,
+                                         const std::string& temporaryFolder);
   // What a run over an index needs: exact update, status reports, counters of earlier runs.
   void prepareRun(const State& earlier, int64_t referenceTime, bool isUpdate);
 
   // The report of the last failed call, taken away; nothing when all went well since.
   std::optional<Report> takeError();
-  // Fails with the last reported error, if there is one. For guarded calls, whose result says little.
+  // Fails with the last reported error, if there is one. For guarded calls, whose result says
+  // little.
   void check();
 
  private:

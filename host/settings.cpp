@@ -1,7 +1,7 @@
-// The file is edited by people, so it is read strictly: an unknown name, a wrong type or a number out
-// of range is told with its line rather than passed over. The program itself changes one thing in it,
-// the list of roots, and does so in the text: the parser tells where the last root stands, and the
-// new ones go behind it, so that comments and layout stay as they are.
+// The file is edited by people, so it is read strictly: an unknown name, a wrong type or a number
+// out of range is told with its line rather than passed over. The program itself changes one thing
+// in it, the list of roots, and does so in the text: the parser tells where the last root stands,
+// and the new ones go behind it, so that comments and layout stay as they are.
 #include "host/settings.h"
 
 #include <algorithm>
@@ -130,15 +130,15 @@ class Parser {
     if (node == nullptr) return;
     const auto* value = node->as_integer();
     if (value == nullptr || value->get() < least || value->get() > most) {
-      failAt(*node, "\"" + std::string(key) + "\" is a whole number from " +
-                        std::to_string(least) + " to " + std::to_string(most));
+      failAt(*node, "\"" + std::string(key) + "\" is a whole number from " + std::to_string(least) +
+                        " to " + std::to_string(most));
     }
     *number = static_cast<Number>(static_cast<uint64_t>(value->get()) * unit);
   }
 
   void readLimits(const toml::table& limits, Settings* settings) const {
-    checkNames(limits, {"file_megabytes", "member_megabytes", "archive_megabytes",
-                        "archive_levels", "converter_seconds", "record_all_files"});
+    checkNames(limits, {"file_megabytes", "member_megabytes", "archive_megabytes", "archive_levels",
+                        "converter_seconds", "record_all_files"});
     constexpr int64_t kMostMegabytes = 1'000'000'000;
     // The engine reads one file through sizes of 32 bits.
     readNumber(limits, "file_megabytes", 1, 4095, &settings->fileBytes, kMegabyte);
@@ -295,7 +295,8 @@ std::string withRootsAdded(const std::string& text, const std::vector<std::strin
     edited = "roots = [" + rootLines(missing, false) + "\n]\n\n" + text;
   } else if (list->empty()) {
     const size_t bracket = offsetOf(text, list->source().begin);
-    edited = insertedAt(text, bracket + 1, rootLines(missing, false) + (text[bracket + 1] == '\n' ? "" : "\n"));
+    edited = insertedAt(text, bracket + 1,
+                        rootLines(missing, false) + (text[bracket + 1] == '\n' ? "" : "\n"));
   } else {
     const size_t end = offsetOf(text, list->back().source().end);
     edited = insertedAt(text, end, rootLines(missing, true));
@@ -329,8 +330,8 @@ std::string rootFromText(const std::string& text) {
   if (!text.starts_with(kUriPrefix)) return text;
   std::string path;
   for (size_t at = kUriPrefix.size(); at < text.size(); ++at) {
-    const bool escape = text[at] == '%' && at + 2 < text.size() &&
-                        hexDigit(text[at + 1]) >= 0 && hexDigit(text[at + 2]) >= 0;
+    const bool escape = text[at] == '%' && at + 2 < text.size() && hexDigit(text[at + 1]) >= 0 &&
+                        hexDigit(text[at + 2]) >= 0;
     const int byte = escape ? hexDigit(text[at + 1]) * 16 + hexDigit(text[at + 2]) : 0;
     path += escape && byte != 0 ? static_cast<char>(byte) : text[at];
     if (escape && byte != 0) at += 2;

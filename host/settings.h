@@ -9,8 +9,8 @@
 namespace veska {
 
 // Files whose full path matches `pattern` are read by the analyzer `reader` ("generic", "html",
-// "rtf", "pdf", "zip", "tar", "gzip", "mbox", "macroman", "dosoem" or an external converter's name).
-// The first pattern that matches a path decides.
+// "rtf", "pdf", "zip", "tar", "gzip", "mbox", "macroman", "dosoem" or an external converter's
+// name). The first pattern that matches a path decides.
 struct IncludePattern {
   std::string pattern;
   std::string reader;
@@ -31,8 +31,8 @@ struct Settings {
   int converterSeconds = 60;                   // 0: no limit
 
   // A number for all that decides which words an index holds (not the roots): another number means
-  // that the files read earlier were read under other settings. beside: the text of what else decides,
-  // the skip words and the converters.
+  // that the files read earlier were read under other settings. beside: the text of what else
+  // decides, the skip words and the converters.
   uint64_t fingerprint(std::string_view beside) const;
 };
 
@@ -48,8 +48,8 @@ Settings parseSettings(std::string_view text, const std::string& name);
 // Reads the file; the defaults when there is none.
 Settings readSettings(const std::string& path);
 
-// The text with the roots replaced by `roots`: only the array itself is touched, comments stay. What
-// is already listed keeps its place. Fails when the text cannot be edited safely.
+// The text with the roots replaced by `roots`: only the array itself is touched, comments stay.
+// What is already listed keeps its place. Fails when the text cannot be edited safely.
 std::string withRootsAdded(const std::string& text, const std::vector<std::string>& added,
                            const std::string& name);
 

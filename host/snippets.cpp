@@ -96,8 +96,7 @@ Snippet render(std::string_view text, const Line& line, const std::vector<Mark>&
     if (!hit && inHit) snippet.hits.back().second = snippet.text.size();
     inHit = hit;
     const DecodedChar c = decodeUtf8(text.substr(0, end), at);
-    const char32_t code =
-        c.valid ? c.code : characterOf(static_cast<unsigned char>(text[at]));
+    const char32_t code = c.valid ? c.code : characterOf(static_cast<unsigned char>(text[at]));
     const bool blank = code <= ' ' || code == 0xA0;
     if (!blank) {
       appendPrintable(snippet.text, code);

@@ -21,13 +21,11 @@ constexpr int kFormat = 1;
 constexpr size_t kSumBlockBytes = size_t{1} << 20;  // a multiple of 8
 constexpr std::string_view kRepair = "make the index anew with: veska rebuild";
 
-// One multiplication a word of 8 bytes. Every step is a bijection of the sum so far, and of the word:
-// two inputs of the same length that differ within one word only never have the same sum.
+// One multiplication a word of 8 bytes. Every step is a bijection of the sum so far, and of the
+// word: two inputs of the same length that differ within one word only never have the same sum.
 class Sum {
  public:
-  void addWord(uint64_t word) {
-    sum_ = std::rotl((sum_ ^ word) * kOddFactor, 29);
-  }
+  void addWord(uint64_t word) { sum_ = std::rotl((sum_ ^ word) * kOddFactor, 29); }
   uint64_t result(uint64_t bytes) const { return (sum_ ^ bytes) * kOddFactor; }
 
  private:

@@ -23,12 +23,12 @@ struct TableSum {
 };
 
 struct State {
-  std::string version;        // of the program that wrote it
-  uint64_t lineage = 0;       // generations with the same number share their record ids
-  int64_t referenceTime = 0;  // seconds since 1970: when the run began
-  int64_t finishTime = 0;     // when it was saved
-  bool complete = false;      // false: halted; the next update goes on
-  uint64_t settings = 0;      // Settings::fingerprint() of the run that read the files
+  std::string version;                    // of the program that wrote it
+  uint64_t lineage = 0;                   // generations with the same number share their record ids
+  int64_t referenceTime = 0;              // seconds since 1970: when the run began
+  int64_t finishTime = 0;                 // when it was saved
+  bool complete = false;                  // false: halted; the next update goes on
+  uint64_t settings = 0;                  // Settings::fingerprint() of the run that read the files
   std::vector<std::string> roots;         // bytes
   std::vector<std::string> missingRoots;  // could not be seen in that run; entries kept
 
@@ -40,10 +40,10 @@ struct State {
   double bytesRead = 0;
 
   // Counted in the file table when it was saved.
-  uint64_t liveFiles = 0;        // files and archive members, not obsolete
+  uint64_t liveFiles = 0;  // files and archive members, not obsolete
   uint64_t liveFolders = 0;
   uint64_t obsoleteRecords = 0;
-  double liveBytes = 0;          // recorded sizes of the live files
+  double liveBytes = 0;  // recorded sizes of the live files
 
   uint64_t problemCount = 0;  // all, also those beyond the list
   std::vector<TableSum> tables;

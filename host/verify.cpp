@@ -1,13 +1,13 @@
 #include "host/verify.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cstring>
 #include <map>
 #include <optional>
 #include <string_view>
 #include <vector>
-
-#include <fmt/format.h>
 
 #include "api/veskalib.h"
 #include "host/attempt.h"
@@ -212,8 +212,8 @@ void Verifier::checkChunks(const std::string& word, uint32_t chunk) {
 
 void Verifier::checkTarget(const std::string& word, uint32_t file) {
   if (!isRecord(file)) {
-    report("link", fmt::format("the word \"{}\" leads to {}, which is no file record", toUtf8(word),
-                               file));
+    report("link",
+           fmt::format("the word \"{}\" leads to {}, which is no file record", toUtf8(word), file));
   } else if (vfiGetFileParentID(vfsGetInfo(files_, file)) == 0) {
     report("link", fmt::format("the word \"{}\" leads to a folder, record {}", toUtf8(word), file));
   }
@@ -224,7 +224,8 @@ void Verifier::checkSkipWords() {
     ++counts_.skipWords;
     const char* word = vtsGetText(skipWords_, id);
     if (vtsLookup(skipWords_, word) != id) {
-      report("word look-up", fmt::format("the skip word \"{}\" is not found by look-up", toUtf8(word)));
+      report("word look-up",
+             fmt::format("the skip word \"{}\" is not found by look-up", toUtf8(word)));
     }
   }
 }

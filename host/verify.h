@@ -4,7 +4,8 @@
 //
 //   1. state.json is there, and each table file has the size and checksum recorded in it.
 //   2. The tables open.
-//   3. Each file record has a name, and a parent that stands before it or none; going up from parent
+//   3. Each file record has a name, and a parent that stands before it or none; going up from
+//   parent
 //      to parent leads to a folder within the depth to which archives nest.
 //   4. Each record that is not obsolete is found by its name and parent.
 //   5. Each word has letters, and is found by look-up; so is each skip word.

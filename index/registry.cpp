@@ -11,6 +11,7 @@
 #include "analyzers/gzipanalyzer.h"
 #include "analyzers/htmlanalyzer.h"
 #include "analyzers/mboxanalyzer.h"
+#include "analyzers/pdfanalyzer.h"
 #include "analyzers/rtfanalyzer.h"
 #include "analyzers/taranalyzer.h"
 #include "analyzers/unicode/textanalyzer.h"
@@ -65,6 +66,7 @@ void CVeskaIndex::createAnalyzers() {
   analyzers["dosoem"] = std::make_unique<CDosOemAnalyzer>(this);
   analyzers["html"] = std::make_unique<CHtmlAnalyzer>(this);
   analyzers["rtf"] = std::make_unique<CRtfAnalyzer>(this);
+  analyzers["pdf"] = std::make_unique<CPdfAnalyzer>(this);
   analyzers["zip"] = std::make_unique<CZipAnalyzer>(this);
   analyzers["tar"] = std::make_unique<CTarAnalyzer>(this);
   analyzers["gzip"] = std::make_unique<CGZipAnalyzer>(this);

@@ -1,5 +1,8 @@
-// Wildcard terms. Once a later star is reached, the places of an earlier one need not be tried
-// again: the later star would only find less of the word before it.
+// Wildcard terms. As with name patterns (index/patterns.cpp), what a star does for a place in the
+// word depends only on whether the last place where the rest of the term matches lies behind it; so
+// the stars are worked out from the last to the first.
+
+#include <cstring>
 
 #include "analyzers/unicode/characters.h"
 #include "index/index.h"
@@ -10,6 +13,7 @@ namespace {
 struct Bytes {
   static bool equal(const char* word, const char* term) { return *word == *term; }
   static const char* next(const char* at) { return at + 1; }
+  static bool begins(char) { return true; }
 };
 
 // ... or by characters of UTF-8, without regard to case.
@@ -29,6 +33,7 @@ struct Characters {
     return ascii ? foldAscii(*word) == foldAscii(*term) : folded(word) == folded(term);
   }
   static const char* next(const char* at) { return at + decode(at).bytes; }
+  static bool begins(char c) { return (c & 0xC0) != 0x80; }
 
  private:
   static char foldAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 0x20) : c; }
@@ -40,39 +45,58 @@ class TermMatcher {
   TermMatcher(bool star, bool question) : star_(star), question_(question) {}
 
   bool matches(const char* word, const char* term) const {
-    const char* afterStar = nullptr;
-    const char* retry = nullptr;
-    for (;;) {
-      while (*word && *term && !isStar(*term) && (isQuestion(*term) || Text::equal(word, term))) {
-        word = Text::next(word);
-        term = Text::next(term);
-      }
-      if (*word && isStar(*term)) {
-        if (term[1] == 0) return true;
-        afterStar = term + 1;
-        retry = word;
-      } else if (endsWell(word, term)) {
-        return true;
-      } else if (!afterStar) {
-        return false;
-      }
-      // The character behind the star is compared as it is, even when it is a wildcard.
-      while (*retry && !Text::equal(retry, afterStar)) retry = Text::next(retry);
-      if (!*retry) return false;
-      word = retry;
-      retry = Text::next(retry);
-      term = afterStar;
-    }
+    const Stop stop = compareLiterals(word, term);
+    if (!atStar(stop)) return endsWell(stop);
+    const char* const wordEnd = stop.word + std::strlen(stop.word);
+    Star star{};
+    for (const char* at = term + std::strlen(term); at != stop.term;)
+      if (isStar(*--at)) star = evaluateStar(stop.word, wordEnd, at + 1, star);
+    return star.satisfies(stop.word);
   }
 
  private:
+  // The last place from which the term behind the star matches; any, for a star at the term's end.
+  struct Star {
+    const char* last = nullptr;
+    bool any = false;
+
+    bool satisfies(const char* at) const { return any || (last && at <= last); }
+  };
+
+  // Where the comparison character by character stopped.
+  struct Stop {
+    const char* word;
+    const char* term;
+  };
+
   bool isStar(char c) const { return star_ && c == '*'; }
   bool isQuestion(char c) const { return question_ && c == '?'; }
+  bool atStar(const Stop& stop) const { return *stop.word && isStar(*stop.term); }
+
+  Stop compareLiterals(const char* word, const char* term) const {
+    while (*word && *term && !isStar(*term) && (isQuestion(*term) || Text::equal(word, term))) {
+      word = Text::next(word);
+      term = Text::next(term);
+    }
+    return {word, term};
+  }
 
   // Deliberate: a trailing "?" may match nothing.
-  bool endsWell(const char* word, const char* term) const {
-    while (isStar(*term) || isQuestion(*term)) ++term;
-    return *term == 0 && *word == 0;
+  bool endsWell(Stop stop) const {
+    while (isStar(*stop.term) || isQuestion(*stop.term)) ++stop.term;
+    return *stop.term == 0 && *stop.word == 0;
+  }
+
+  // rest: behind the star; its first character is compared as it is, even when it is a wildcard.
+  Star evaluateStar(const char* word, const char* wordEnd, const char* rest,
+                    const Star& next) const {
+    if (*rest == 0) return {nullptr, true};
+    for (const char* at = wordEnd; at != word;) {
+      if (!Text::begins(*--at) || !Text::equal(at, rest)) continue;
+      const Stop stop = compareLiterals(at, rest);
+      if (atStar(stop) ? next.satisfies(stop.word) : endsWell(stop)) return {at, false};
+    }
+    return {};
   }
 
   bool star_;

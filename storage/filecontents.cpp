@@ -67,8 +67,7 @@ void CFileContents::readText(const std::vector<uint32_t>& path, uint32_t fileId,
   filePath_ = std::string(recordName(path[0])) + "/" + recordName(path[1]);
   std::optional<FileRemover> extractedFile;
   for (size_t i = 2; i < path.size(); ++i) {
-    std::string member =
-        index_->extractToTempFile(filePath_.c_str(), recordName(path[i]), path[i]);
+    std::string member = index_->extractToTempFile(filePath_.c_str(), recordName(path[i]), path[i]);
     if (member.empty()) throwVeskaError("ArchiveExtractError", {});
     filePath_ = member;
     extractedFile.emplace(std::move(member));  // removes that of the level above
@@ -85,8 +84,8 @@ void CFileContents::readText(const std::vector<uint32_t>& path, uint32_t fileId,
 const std::string& CFileContents::advanceLine() {
   if (lineCursor_ == nullptr || *lineCursor_ == '\0') throwVeskaError("EndOfContents", {});
   const char* end = std::strchr(lineCursor_, '\n');
-  const size_t bytes = end == nullptr ? std::strlen(lineCursor_)
-                                      : static_cast<size_t>(end - lineCursor_) + 1;
+  const size_t bytes =
+      end == nullptr ? std::strlen(lineCursor_) : static_cast<size_t>(end - lineCursor_) + 1;
   currentLine_.assign(lineCursor_, bytes);
   lineCursor_ += bytes;
   return currentLine_;
@@ -153,8 +152,9 @@ void CFileContents::convertToOutline(const char* query) {
   char* const text = contents_.get();
   const char* const textEnd = text + length_;
   const auto minLength = static_cast<unsigned long>(std::max(index_->minWordLength, 0));
-  const auto maxLength = index_->maxWordLength == 0 ? std::numeric_limits<unsigned long>::max()
-                                                    : static_cast<unsigned long>(index_->maxWordLength);
+  const auto maxLength = index_->maxWordLength == 0
+                             ? std::numeric_limits<unsigned long>::max()
+                             : static_cast<unsigned long>(index_->maxWordLength);
   HitFinder& hits = search(query);
   hits.settle();
   char* to = text;

@@ -46,9 +46,9 @@ class VESKA_API CFileContents {
   // Offset + 1 of the first hit from offset on, 0 when there is none.
   unsigned long searchBuffer(unsigned long offset, const char* query);
 
-  // First byte of the first hit from start on, in either direction, among at most maxWords + 1 words
-  // (0: no bound). Forwards, the terminating zero when there is none; backwards, the position before
-  // the text (to be compared, never read).
+  // First byte of the first hit from start on, in either direction, among at most maxWords + 1
+  // words (0: no bound). Forwards, the terminating zero when there is none; backwards, the position
+  // before the text (to be compared, never read).
   char* searchBuffer(char* start, const char* query, int maxWords, bool backwards);
 
   // Does the word at text match the pattern term? atStart: its first byte begins a word.

@@ -227,7 +227,8 @@ class HitQuery::Compiler {
     for (const auto& [term, alternative] : members_) ++begin[term + 2];
     for (size_t i = 2; i < begin.size(); ++i) begin[i] += begin[i - 1];
     query_.ofTerms_.resize(members_.size());
-    for (const auto& [term, alternative] : members_) query_.ofTerms_[begin[term + 1]++] = alternative;
+    for (const auto& [term, alternative] : members_)
+      query_.ofTerms_[begin[term + 1]++] = alternative;
   }
 
   uint32_t alternativeOf(uint32_t term) const {
@@ -249,8 +250,8 @@ class HitQuery::Compiler {
   }
 
   // Where a rest ends with a term whose condition stands behind the ")" that ends the rest, that
-  // term has no condition there. Whether such a term is tried in the rest at all is asked of the tree
-  // that the steps to the next alternative form: those who come by it are its descendants.
+  // term has no condition there. Whether such a term is tried in the rest at all is asked of the
+  // tree that the steps to the next alternative form: those who come by it are its descendants.
   void findUnconditional() {
     std::vector<Alternative>& alternatives = query_.alternatives_;
     const auto count = static_cast<uint32_t>(alternatives.size());
@@ -292,7 +293,7 @@ class HitQuery::Compiler {
   std::vector<uint32_t> conditionsEnd_;  // behind all conditions here and what they govern
   std::vector<uint32_t> firstTerm_;      // the first term to be tried from here on
   std::vector<bool> reachable_;
-  std::vector<uint32_t> followers_;      // reachable terms after which this one is tried
+  std::vector<uint32_t> followers_;  // reachable terms after which this one is tried
   std::vector<bool> beginsRest_;
   std::vector<uint32_t> restEndsBefore_;
   std::vector<uint32_t> alternativeAt_;

@@ -25,8 +25,9 @@ class HitQuery {
  public:
   static constexpr uint32_t kNone = std::numeric_limits<uint32_t>::max();
 
-  // What may make a word a hit: a term with a condition, or terms without one, of which any will do.
-  // Alternatives are numbered against the order in which they are tried: next < this one's number.
+  // What may make a word a hit: a term with a condition, or terms without one, of which any will
+  // do. Alternatives are numbered against the order in which they are tried: next < this one's
+  // number.
   struct Alternative {
     uint32_t place;         // in the query
     uint32_t next = kNone;  // tried after this one

@@ -1,9 +1,9 @@
 // Two ways to the same answers. A query without conditions is tested word by word as the search
 // moves on. Conditions look ahead, chains of them far ahead, so for them the hits of the whole text
-// are settled once, in one pass from its end to its beginning: whether a word is a hit, of the query
-// or of what follows one of its conditions, then depends only on what is to its right and known by
-// then. All that has to be remembered is the nearest hit to the right for each condition. A query
-// that is searched again and again comes to use the settled hits too.
+// are settled once, in one pass from its end to its beginning: whether a word is a hit, of the
+// query or of what follows one of its conditions, then depends only on what is to its right and
+// known by then. All that has to be remembered is the nearest hit to the right for each condition.
+// A query that is searched again and again comes to use the settled hits too.
 
 #include "storage/hitsearch.h"
 
@@ -36,7 +36,8 @@ size_t nextBit(const std::vector<uint64_t>& bits, size_t i, size_t size) {
 // The last bit before i; size_t's maximum when there is none.
 size_t bitBefore(const std::vector<uint64_t>& bits, size_t i) {
   size_t word = i / kBitsPerWord;
-  uint64_t left = i % kBitsPerWord == 0 ? 0 : bits[word] & ((uint64_t{1} << (i % kBitsPerWord)) - 1);
+  uint64_t left =
+      i % kBitsPerWord == 0 ? 0 : bits[word] & ((uint64_t{1} << (i % kBitsPerWord)) - 1);
   while (left == 0) {
     if (word == 0) return std::numeric_limits<size_t>::max();
     left = bits[--word];
@@ -55,18 +56,20 @@ class Settler {
   }
 
   // Settles the word at `at`, of which terms match. right: the next place to the right in the same
-  // run of word bytes where a word may begin, kNowhere for none. leftmost: no word begins to the left
-  // of this one in the run. Result: it is a hit of the query.
+  // run of word bytes where a word may begin, kNowhere for none. leftmost: no word begins to the
+  // left of this one in the run. Result: it is a hit of the query.
   bool settleWord(uint32_t at, uint32_t right, bool leftmost, const std::vector<uint32_t>& terms) {
     const bool restFollows = right != kNowhere;
-    const bool repeatable = leftmost && (!restFollows || lastHit_ != right);
-    if (repeatable && steady_ && restFollows == steadyRestFollows_ && terms == steadyTerms_) {
-      repeated_ = true;
+    const bool restIsHit = restFollows && lastHit_ == right;
+    const bool repeatsHits = steadySince_ != kNowhere;
+    if (steady_ && (leftmost || !repeatsHits) && !restIsHit && restFollows == steadyRestFollows_ &&
+        terms == steadyTerms_) {
+      repeated_ = leftmost;
       return steadyHit_;
     }
     leaveSteadiness();
     const bool hit = matchTerms(at, right, terms) && settleRests(at);
-    if (repeatable && isSteady(at, terms)) {
+    if ((leftmost || lastHit_ != at) && !restIsHit && isSteady(at, terms)) {
       steady_ = true;
       steadyRestFollows_ = restFollows;
       steadyHit_ = hit;
@@ -93,12 +96,12 @@ class Settler {
   using Alternative = HitQuery::Alternative;
 
   struct State {
-    uint32_t nearest = 0;             // number of the nearest word that is a hit of the rest
-    uint32_t restHitAt = kNowhere;    // last place that was a hit of the rest
-    uint32_t matchedAt = kNowhere;    // last place where a term of the alternative matched
-    uint32_t firstSuccess = kNowhere; // place of the first alternative that succeeds from here on
-    bool succeeded = false;           // where it matched last
-    bool endsRest = false;            // has no condition in some rest
+    uint32_t nearest = 0;              // number of the nearest word that is a hit of the rest
+    uint32_t restHitAt = kNowhere;     // last place that was a hit of the rest
+    uint32_t matchedAt = kNowhere;     // last place where a term of the alternative matched
+    uint32_t firstSuccess = kNowhere;  // place of the first alternative that succeeds from here on
+    bool succeeded = false;            // where it matched last
+    bool endsRest = false;             // has no condition in some rest
   };
 
   // The word's own rest counts as the first word after it, but a hit at the very next byte does not
@@ -108,7 +111,8 @@ class Settler {
     if (alternative.distance <= 0) return false;
     if (right != kNowhere && state.restHitAt == right) return right != at + 1;
     if (state.nearest == 0) return false;
-    const uint32_t words = static_cast<uint32_t>(alternative.distance) + (right == kNowhere ? 1 : 0);
+    const uint32_t words =
+        static_cast<uint32_t>(alternative.distance) + (right == kNowhere ? 1 : 0);
     return wordCount_ + 1 - state.nearest <= words;
   }
 
@@ -119,8 +123,8 @@ class Settler {
       for (const uint32_t i : query_.alternativesOf(term)) {
         State& state = states_[i];
         state.matchedAt = at;
-        state.succeeded = !alternatives_[i].conditional ||
-                          conditionHolds(alternatives_[i], state, at, right);
+        state.succeeded =
+            !alternatives_[i].conditional || conditionHolds(alternatives_[i], state, at, right);
         any = any || state.succeeded || state.endsRest;
       }
     }
@@ -136,9 +140,8 @@ class Settler {
       if (state.matchedAt == at && state.succeeded) {
         state.firstSuccess = alternative.place;
       } else {
-        state.firstSuccess = alternative.next == HitQuery::kNone
-                                 ? kNowhere
-                                 : states_[alternative.next].firstSuccess;
+        state.firstSuccess =
+            alternative.next == HitQuery::kNone ? kNowhere : states_[alternative.next].firstSuccess;
       }
       if (alternative.rest == HitQuery::kNone) continue;
       if (states_[alternative.rest].firstSuccess < alternative.restEnd ||
@@ -151,14 +154,14 @@ class Settler {
     return states_[query_.first()].firstSuccess != kNowhere;
   }
 
-  // Text in which many words are alike is hostile to long chains of conditions. When a word was a hit
-  // of just those rests whose conditions held at it, then the next word, if the same terms match it,
-  // is a hit of just the same, and so are all that follow it: nothing has to be worked out.
+  // Text in which many words are alike is hostile to long chains of conditions. When a word was a
+  // hit of just those rests whose conditions held at it, then the next word, if the same terms
+  // match it, is a hit of just the same, and so are all that follow it: nothing has to be worked
+  // out. When it was a hit of none, that goes for what is left of words too.
   bool isSteady(uint32_t at, const std::vector<uint32_t>& terms) const {
     for (const uint32_t term : terms) {
       for (const uint32_t i : query_.alternativesOf(term)) {
-        if (alternatives_[i].conditional &&
-            states_[i].succeeded != (states_[i].restHitAt == at))
+        if (alternatives_[i].conditional && states_[i].succeeded != (states_[i].restHitAt == at))
           return false;
       }
     }
@@ -185,7 +188,8 @@ class Settler {
   bool steadyRestFollows_ = false;
   bool steadyHit_ = false;
   std::vector<uint32_t> steadyTerms_;
-  uint32_t steadySince_ = kNowhere;  // the word of which the others repeat the hits; none without hits
+  uint32_t steadySince_ =
+      kNowhere;  // the word of which the others repeat the hits; none without hits
   bool repeated_ = false;
 };
 

@@ -21,8 +21,8 @@ class HitSearch final : public HitFinder {
   const std::string& query() const override { return query_.text(); }
 
   // The first hit whose word is among the first maxWords + 1 words from start on (0: no bound).
-  // start may lie inside a word: what is left of the word counts as one. Result: the text's end when
-  // there is none.
+  // start may lie inside a word: what is left of the word counts as one. Result: the text's end
+  // when there is none.
   const char* forwards(const char* start, int maxWords) override;
 
   // The last hit whose word begins before start. Result: null when there is none; the text's end

@@ -1,7 +1,7 @@
 // How terms are matched in linear time.
 //
-// matchesForwards goes back to the last "*" only: whatever an earlier one could still take, the last one
-// can take too.
+// matchesForwards goes back to the last "*" only: whatever an earlier one could still take, the
+// last one can take too.
 //
 // The automaton reads words backwards. Its state says, for each position in each term, whether the
 // rest of that term matches the text from the current byte to the end of the word; a byte to the
@@ -61,9 +61,9 @@ bool matchesForwards(const WordClasses& classes, const char* text, const char* p
   return matchesNothing(classes, pattern);
 }
 
-// The same for any classes. Where "*" is a word byte, it is a star all the same, but behind a star it
-// also stands for itself; and a "*" or "?" that is a word byte does not match nothing. Then going back
-// to an earlier star can help.
+// The same for any classes. Where "*" is a word byte, it is a star all the same, but behind a star
+// it also stands for itself; and a "*" or "?" that is a word byte does not match nothing. Then
+// going back to an earlier star can help.
 bool matchesBackwards(const WordClasses& classes, const char* text, const char* pattern) {
   size_t size = 0;
   while (classes.isTermByte(pattern[size])) ++size;
@@ -81,8 +81,8 @@ bool matchesBackwards(const WordClasses& classes, const char* text, const char* 
         const bool endsHere = c == static_cast<unsigned char>(pattern[i + 1]) && rest[i + 1];
         rest[i] = endsHere || (old && !lastByte) || !classes.continues(pattern[i + 1]);
       } else {
-        rest[i] = before && (classes.isWildcard(pattern[i]) ||
-                             c == static_cast<unsigned char>(pattern[i]));
+        rest[i] = before &&
+                  (classes.isWildcard(pattern[i]) || c == static_cast<unsigned char>(pattern[i]));
       }
       before = old;
     }
@@ -126,8 +126,8 @@ uint32_t TextNumbers::find(std::string_view text) const {
 }
 
 size_t TermSet::literalPrefix(std::string_view term) const {
-  const auto wildcard = std::find_if(term.begin(), term.end(),
-                                     [this](char c) { return classes_.isWildcard(c); });
+  const auto wildcard =
+      std::find_if(term.begin(), term.end(), [this](char c) { return classes_.isWildcard(c); });
   return static_cast<size_t>(wildcard - term.begin());
 }
 
@@ -169,7 +169,8 @@ void TermSet::finish() {
 
 void TermSet::sizeAutomaton() {
   const size_t words = (numberAtBit_.size() + kBitsPerWord - 1) / kBitsPerWord;
-  for (auto* mask : {&masks_.first, &masks_.atEnd, &masks_.anyByte, &masks_.restOfWord, &masks_.run})
+  for (auto* mask :
+       {&masks_.first, &masks_.atEnd, &masks_.anyByte, &masks_.restOfWord, &masks_.run})
     mask->assign(words, 0);
   for (auto& mask : masks_.byte) mask.assign(words, 0);
   uint32_t bit = 0;
@@ -216,8 +217,8 @@ void TermMatcher::step(const char* at) {
   for (size_t i = state_.size(); i-- > 0;) {
     const uint64_t old = state_[i];
     const uint64_t next = (old >> 1) | (oldAbove << kTop);
-    uint64_t now = (next & (byte[i] | masks.anyByte[i])) | masks.restOfWord[i] |
-                   (old & masks.run[i]);
+    uint64_t now =
+        (next & (byte[i] | masks.anyByte[i])) | masks.restOfWord[i] | (old & masks.run[i]);
     // A star's run may end right here.
     now |= ((now >> 1) | (newAbove << kTop)) & masks.run[i];
     state_[i] = now;
@@ -236,8 +237,7 @@ void TermMatcher::collect(std::vector<uint32_t>& numbers) {
 
 // Has the first bytes of the word in folded_, at least.
 void TermMatcher::foldWord(size_t bytes) {
-  for (size_t i = folded_.size(); i < bytes; ++i)
-    folded_ += static_cast<char>(foldedByte(at_ + i));
+  for (size_t i = folded_.size(); i < bytes; ++i) folded_ += static_cast<char>(foldedByte(at_ + i));
 }
 
 void TermMatcher::collectLiteral(std::vector<uint32_t>& numbers) {
@@ -251,8 +251,8 @@ void TermMatcher::collectLiteral(std::vector<uint32_t>& numbers) {
 void TermMatcher::collectAutomaton(std::vector<uint32_t>& numbers) const {
   for (size_t i = 0; i < state_.size(); ++i) {
     for (uint64_t left = state_[i] & terms_.masks_.first[i]; left != 0; left &= left - 1)
-      numbers.push_back(terms_.numberAtBit_[i * kBitsPerWord +
-                                            static_cast<size_t>(std::countr_zero(left))]);
+      numbers.push_back(
+          terms_.numberAtBit_[i * kBitsPerWord + static_cast<size_t>(std::countr_zero(left))]);
   }
 }
 

@@ -1,8 +1,9 @@
 // The terms of a hit query: what one word of text matches.
 //
-// A term is matched against a whole word. "?" takes any one byte, and at the end of a term none too;
-// "*" takes any run of bytes. "*" in front of "*" or "?" takes the rest of the word whatever follows.
-// Text is folded, terms are taken as they stand.
+// A term is matched against a whole word. "?" takes any one byte, and at the end of a term none
+// too;
+// "*" takes any run of bytes. "*" in front of "*" or "?" takes the rest of the word whatever
+// follows. Text is folded, terms are taken as they stand.
 
 #ifndef VESKA_STORAGE_HITTERMS_H_
 #define VESKA_STORAGE_HITTERMS_H_
@@ -59,8 +60,8 @@ class TermSet {
   // classes outlives the set.
   explicit TermSet(const WordClasses& classes) : classes_(classes) {}
 
-  // Result: the term's number; equal terms have the same. The bytes outlive the set, and a byte that
-  // no term holds stands behind them.
+  // Result: the term's number; equal terms have the same. The bytes outlive the set, and a byte
+  // that no term holds stands behind them.
   uint32_t add(std::string_view term) { return terms_.add(term); }
   // After the last add.
   void finish();
@@ -95,7 +96,8 @@ class TermSet {
   std::vector<uint32_t> numberAtBit_;
   Masks masks_;
 
-  // The others are tried one by one where the word begins with the bytes before their first wildcard.
+  // The others are tried one by one where the word begins with the bytes before their first
+  // wildcard.
   TextNumbers prefixes_;
   std::vector<uint32_t> lastWithPrefix_;  // by prefix
   std::vector<uint32_t> samePrefix_;      // by term: another with its prefix

@@ -6,6 +6,7 @@
 
 #include "analyzers/unicode/charset.h"
 #include "analyzers/unicode/markupsources.h"
+#include "analyzers/unicode/pdfsource.h"
 #include "analyzers/unicode/plaintext.h"
 
 namespace veska::unicode {
@@ -18,6 +19,7 @@ constexpr size_t kMostInMemory = size_t{128} << 20;
 constexpr Kind kHtml = {"html", "html htm xhtml shtml xht", false, makeHtmlSource, isHtml};
 constexpr Kind kXml = {"xml", "xml xsl xslt xsd rng docbook dbk svg rdf rss atom tei", false,
                        makeXmlSource, isXml};
+constexpr Kind kPdf = {"pdf", "pdf", true, makePdfSource, isPdf};
 constexpr Kind kMacRoman = {"macroman", "", false, makeMacRomanSource, nullptr};
 constexpr Kind kDos = {"dosoem", "", false, makeDosSource, nullptr};
 constexpr Kind kGeneric = {
@@ -31,7 +33,7 @@ constexpr Kind kGeneric = {
 std::vector<const Kind*> listKinds() {
   std::vector<const Kind*> kinds;
   for (const Kind& kind : documentKinds()) kinds.push_back(&kind);
-  kinds.insert(kinds.end(), {&kHtml, &kXml, &kMacRoman, &kDos, &kGeneric});
+  kinds.insert(kinds.end(), {&kPdf, &kHtml, &kXml, &kMacRoman, &kDos, &kGeneric});
   return kinds;
 }
 

@@ -22,7 +22,9 @@ TEST_F(Display, TurnsABlockIntoText) {
       {"a\r\nb", "a\nb"},
       {"a\rb\n\nc", "a\nb\n\nc"},
       {"a\r", "a\n"},
-      {"a\xE3" "b", "a\nb"},
+      {"a\xE3"
+       "b",
+       "a\nb"},
       {"a \n b", "a \nb"},
       // text in 16-bit units; a second zero separates
       {"a\0b\0\n\0c\0"sv, "ab\nc"},
@@ -36,7 +38,9 @@ TEST_F(Display, TurnsABlockIntoText) {
       // more than three high bytes in a row that cannot be shown, and what is high before them
       {"a\x81\x82\x83 b c", "a b\nc"},
       {"a\xA9\x81\x82\x83\x84\x85z b", "az\nb"},
-      {"a\x91\x92\x93\x94" "b c", "a b\nc"},
+      {"a\x91\x92\x93\x94"
+       "b c",
+       "a b\nc"},
       {"\x01\x02", ""},
       {"", ""},
   };
@@ -103,16 +107,17 @@ TEST_F(Display, ReportsWhatCannotBeOpened) {
   EXPECT_EQ(thrownReports(), "NoMemory:;");
 }
 
-// Every hook of every kind of text gets blocks of any bytes, cut anywhere, in buffers without a byte
-// to spare. The checks are those of the sanitizers and of strip() itself.
+// Every hook of every kind of text gets blocks of any bytes, cut anywhere, in buffers without a
+// byte to spare. The checks are those of the sanitizers and of strip() itself.
 TEST_F(Display, TakesAnyBytesCutAnywhere) {
   const IndexHandle index = newIndex();
   constexpr unsigned kSeed = 4711;
   std::mt19937 random(kSeed);
   const std::string_view pieces[] = {
-      "\\'", "\\'e", "\\par", "\\fonttbl ", "\\b0 ",  "{",     "}",        "\\*",   "\\",  "\\listx",
-      "&",   ";",    "&#1",   "&eacute;",   "<script", "</script>", "<b>", "</b>",  "<p", ">",
-      "<li", "\xC3", "\xC0\x80", "word ",   "\r",      "\n",    " ",        "\x81\x82"};
+      "\\'",     "\\'e",      "\\par",   "\\fonttbl ", "\\b0 ", "{",   "}",
+      "\\*",     "\\",        "\\listx", "&",          ";",     "&#1", "&eacute;",
+      "<script", "</script>", "<b>",     "</b>",       "<p",    ">",   "<li",
+      "\xC3",    "\xC0\x80",  "word ",   "\r",         "\n",    " ",   "\x81\x82"};
   for (int round = 0; round < 400; ++round) {
     std::string block;
     for (size_t i = random() % 30; i-- > 0;) {
@@ -126,9 +131,9 @@ TEST_F(Display, TakesAnyBytesCutAnywhere) {
         std::memcpy(exact.get(), block.data(), length);
         const auto out = std::make_unique<char[]>(length + 1);
         int state = static_cast<int>(random() % 5) - 2;
-        const unsigned long bytes = analyzer.stripBuffer(
-            exact.get(), length, out.get(), length + 1, static_cast<int>(random() % 12),
-            random() % 2 == 0, true, &state);
+        const unsigned long bytes =
+            analyzer.stripBuffer(exact.get(), length, out.get(), length + 1,
+                                 static_cast<int>(random() % 12), random() % 2 == 0, true, &state);
         ASSERT_EQ(std::strlen(out.get()), bytes) << "seed " << kSeed << " round " << round;
         std::memcpy(exact.get(), block.data(), length);
         analyzer.indexBuffer(exact.get(), length, 100, true);

@@ -21,8 +21,8 @@ TEST_F(Rtf, IndexesWordsAcrossControls) {
       {"a\\b 12-3c ", "ac "},  // digits behind the blank go too
       {"a\\~b ", "a b "},
       {"a\\{b ", "a b "},
-      {"a\\\\b c ", "a c "},  // the second backslash begins a control word
-      {"a\\'zzb ", "a b "},
+      {"a\\\\b c ", "ac "},  // the second backslash begins a control word
+      {"a\\'zzb ", "ab "},   // 0, which goes as in text of 16-bit units
       {"a\\'4zb ", "a b "},
       {"{\\fonttbl Arial;} x ", "arial x "},
       {"ab\\", ""},
@@ -52,8 +52,8 @@ TEST_F(Rtf, CarriesWhatABlocksEndCuts) {
 }
 
 TEST_F(Rtf, ReadsMacintoshHeaders) {
-  EXPECT_EQ(wordsOf("rtf", "{\\rtf1\\mac\\ansicpg1252 Caf\\'8e "), "1252 caf\xE9 ");
-  EXPECT_EQ(wordsOf("rtf", "1234567macXXXXXXXXXXXX \\'e9 "), "1234567macxxxxxxxxxxxx \xC8 ");
+  EXPECT_EQ(wordsOf("rtf", "{\\rtf1\\mac\\ansicpg1252 Caf\\'8e "), "caf\xE9 ");
+  EXPECT_EQ(wordsOf("rtf", "1234567mac XXXXXXXXXXX \\'e9 "), "1234567mac xxxxxxxxxxx \xE8 ");
   EXPECT_EQ(wordsOf("rtf", "1234567mac X \\'e9 "), "1234567mac x \xE9 ");  // too short to tell
   const IndexHandle index = newIndex();
   CFileAnalyzer& rtf = *index->analyzerNamed("rtf");
@@ -71,10 +71,10 @@ TEST_F(Rtf, ShowsTheTextAlone) {
   const Case cases[] = {
       {"one\\par two", "one\ntwo"},
       {"one\\par\\b two", "one\nb\ntwo"},  // the byte behind the word goes whatever it is
-      {"one\\pard two", "one\ntwo"},
+      {"one\\pard two x", "onetwo\nx"},
       {"a\\'e9 b", "a\xE9\nb"},
       {"\\fs24 a b", "a\nb"},
-      {"\\fs24a b", "a\nb"},
+      {"\\fs24a b c", "b\nc"},  // letters behind the number count as the word's
       {"\\li-720 a b", "a\nb"},
       {"{\\fonttbl{\\f0 Arial;}}a b", "a\nb"},
       {"{\\pict 00ff}a b", "a\nb"},
@@ -82,7 +82,7 @@ TEST_F(Rtf, ShowsTheTextAlone) {
       {"{\\do x}{\\doc y}a b", "ya\nb"},
       {"{\\listtext 1.}{\\stylesheet x}{\\object y}a b", "a\nb"},
       {"{\\*\\generator X;}a b", "a\nb"},
-      {"{\\pict \\{ }a b", "a\nb"},   // an escaped opening brace does not count
+      {"{\\pict \\{ }a b", "a\nb"},    // an escaped opening brace does not count
       {"{\\pict \\} x}a b", "xa\nb"},  // an escaped closing one does
       {"a\\{b\\}c\\\\d e", "a\\b\\c\\d\ne"},
       {"a\\~b c", "a ~b\nc"},

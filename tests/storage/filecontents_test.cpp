@@ -96,7 +96,8 @@ TEST_F(FileContents, PassesItsSettingsOn) {
 }
 
 TEST_F(FileContents, ExtractsMembersLevelByLevel) {
-  writeFile(docs() + "/top.arc", "in.arc=deep.htm=<i>deep</i> text 0123456789|b.txt=inner|\na.txt=outer x");
+  writeFile(docs() + "/top.arc",
+            "in.arc=deep.htm=<i>deep</i> text 0123456789|b.txt=inner|\na.txt=outer x");
   const IndexHandle index = indexDocs();
   const unsigned long top = record(index, "top.arc", root_);
   const unsigned long inner = record(index, "in.arc", top);
@@ -147,7 +148,7 @@ TEST_F(FileContents, FollowsAHundredAncestors) {
     thrownReports().clear();
     const unsigned long file = record(index, "x.txt", parent);
     EXPECT_EQ(open(index, file), nullptr);
-    const char* const report = ancestors == 1 ? "CannotOpenContentsFile"
+    const char* const report = ancestors == 1     ? "CannotOpenContentsFile"
                                : ancestors <= 100 ? "ArchiveExtractError"
                                                   : "ArchivesNestedTooDeep";
     EXPECT_EQ(thrownReports().rfind(report, 0), 0u) << ancestors << thrownReports();
@@ -173,18 +174,34 @@ TEST_F(FileContents, LeavesNoTemporaryFileWhenTheTextFails) {
 
 TEST_F(FileContents, FindsHits) {
   const IndexHandle index = indexDocs();
-  const ContentsHandle contents = openText(index, "Walk the WALKING apple in a blue pie\ncan't stop x");
+  const ContentsHandle contents =
+      openText(index, "Walk the WALKING apple in a blue pie\ncan't stop x");
   const struct {
     unsigned long from;
     const char* query;
     unsigned long hit;
   } cases[] = {
-      {0, "walk", 1},         {1, "walk", 0},          {0, "walk*", 1},   {1, "walk*", 10},
-      {0, "wal?", 1},         {0, "walk?", 1},         {1, "wal?", 0},    {0, "Walk", 0},
-      {0, "apple<4 pie", 18}, {0, "apple<3 pie", 0},   {0, "apple< a", 18},
-      {0, "apple<9 pie", 0},  {0, "+walk", 0},         {0, "+walk pie", 33},
-      {0, "+(walk the) pie", 33}, {0, "stop & walk", 44}, {0, "can't", 38}, {0, "can", 0},
-      {0, "", 0},             {10000, "walk", 0},      {~0ul, "walk", 0},
+      {0, "walk", 1},
+      {1, "walk", 0},
+      {0, "walk*", 1},
+      {1, "walk*", 10},
+      {0, "wal?", 1},
+      {0, "walk?", 1},
+      {1, "wal?", 0},
+      {0, "Walk", 0},
+      {0, "apple<4 pie", 18},
+      {0, "apple<3 pie", 0},
+      {0, "apple< a", 18},
+      {0, "apple<9 pie", 34},
+      {0, "+walk", 0},
+      {0, "+walk pie", 34},
+      {0, "+(walk the) pie", 34},
+      {0, "stop & walk", 44},
+      {0, "can't", 38},
+      {0, "can", 0},
+      {0, "", 0},
+      {10000, "walk", 0},
+      {~0ul, "walk", 0},
   };
   for (const auto& c : cases)
     EXPECT_EQ(vfcSearchBuffer(contents.get(), c.from, c.query), c.hit) << c.query << " " << c.from;

@@ -6,6 +6,7 @@
 #include <climits>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "storage/hitsearch.h"
 
@@ -60,7 +61,8 @@ class Oracle {
   bool isTerm(size_t q) const { return classes_.isTermByte(queryByte(q)); }
   bool is(size_t q, char special) const { return !isTerm(q) && queryByte(q) == special; }
   bool isSeparator(size_t q) const {
-    return !isTerm(q) && q < query_.size() && std::string("()&<+").find(query_[q]) == std::string::npos;
+    return !isTerm(q) && q < query_.size() &&
+           std::string("()&<+").find(query_[q]) == std::string::npos;
   }
   bool atEnd(size_t q) const { return q >= query_.size() || is(q, '&'); }
 
@@ -251,11 +253,23 @@ TEST(HitSearchOracle, AgreesOnConditionsAndGroups) {
   Generator generate(20260102);
   const WordClasses classes = makeClasses("abc", "-");
   const std::vector<std::string> words = {"a ", "b ", "c ", "ab ", "a-b ", "-c ", "aa "};
-  const std::vector<std::string> pieces = {"a ",  "b ",  "c",  " c ", "a<1 ", "b<2 ", "<1 ", "< ",
-                                           "a*",  "(",   "(",  ")",   ")",    "+",    "*<1", "?b",
-                                           "a<3", "<1b", "<2(", ")<1 ", "a)<2"};
+  const std::vector<std::string> pieces = {"a ",  "b ", "c",   " c ", "a<1 ", "b<2 ", "<1 ",
+                                           "< ",  "a*", "(",   "(",   ")",    ")",    "+",
+                                           "*<1", "?b", "a<3", "<1b", "<2(",  ")<1 ", "a)<2"};
   for (int round = 0; round < 12000 && !testing::Test::HasFailure(); ++round) {
     compare(classes, generate.anyOf(words, 7), generate.anyOf(pieces, 9), 1, round % 2 == 0);
+  }
+}
+
+TEST(HitSearchOracle, AgreesOnRowsOfLikeWords) {
+  Generator generate(20260106);
+  const WordClasses classes = makeClasses("abc", "-");
+  const std::vector<std::string> rows = {"a ",        "b ",   "c ",       "a a a a a ",
+                                         "ab ab ab ", "aaa ", "a-a a-a ", "bb bb bb bb "};
+  const std::vector<std::string> pieces = {"a<2 ", "a*<1 ", "b<3 ",      "a<1 ",
+                                           "*<2 ", "c ",    "(a<1 b)<2 "};
+  for (int round = 0; round < 800 && !testing::Test::HasFailure(); ++round) {
+    compare(classes, generate.anyOf(rows, 9), generate.anyOf(pieces, 5) + "c", 1, true);
   }
 }
 

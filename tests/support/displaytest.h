@@ -65,8 +65,8 @@ class DisplayTest : public LeakCheckedTest {
       vidxSetValidCharMask(index.get(), b, letter);
       vidxSetValidTrailingMask(index.get(), b, b == '\'');
       vidxSetValidViewableMask(index.get(), b, (b > ' ' && b < 127 && !hidden) || b >= 0xA0);
-      vidxSetNonAlphaCharMask(
-          index.get(), b, (b < 128 && std::ispunct(b)) || (b >= 0x80 && b < 0x90));
+      vidxSetNonAlphaCharMask(index.get(), b,
+                              (b < 128 && std::ispunct(b)) || (b >= 0x80 && b < 0x90));
     }
     vidxSetMinWordLength(index.get(), 1);
     vidxSetMaxPerFileRead(index.get(), 1 << 24);
@@ -89,8 +89,8 @@ class DisplayTest : public LeakCheckedTest {
   }
 
   // Display text of a file with these bytes; the analyzer's error leaves it empty.
-  std::string fill(CFileAnalyzer& analyzer, std::string_view bytes, unsigned long maxBytes = 1 << 20,
-                   int lineWidth = 0, bool option = true) const {
+  std::string fill(CFileAnalyzer& analyzer, std::string_view bytes,
+                   unsigned long maxBytes = 1 << 20, int lineWidth = 0, bool option = true) const {
     const std::string file = path("shown");
     writeFile(file, bytes);
     std::unique_ptr<char, decltype(&std::free)> text(

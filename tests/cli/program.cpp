@@ -1,0 +1,209 @@
+#include "tests/cli/program.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/ptrace.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <map>
+#include <regex>
+#include <sstream>
+
+namespace veska::test {
+namespace {
+
+std::map<std::string, std::string> surroundings(const std::string& folder) {
+  return {{"PATH", "/usr/bin:/bin"},
+          {"HOME", folder + "/user"},
+          {"XDG_DATA_HOME", folder + "/data"},
+          {"TMPDIR", folder},
+          {"LC_ALL", "de_DE.UTF-8"},  // no output may depend on it
+          {"TZ", "UTC"},
+          {"TERM", "dumb"},
+          {"ASAN_OPTIONS", "detect_leaks=0"}};  // leaks cannot be looked for under ptrace
+}
+
+int exitStatus(int status) {
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+// In the child: never returns.
+[[noreturn]] void become(const std::vector<std::string>& words, const std::string& folder,
+                         const std::string& out, const std::string& err, bool traced) {
+  std::vector<std::string> texts{VESKA_PROGRAM, "--home", folder + "/home"};
+  texts.insert(texts.end(), words.begin(), words.end());
+  std::vector<char*> arguments;
+  for (std::string& text : texts) arguments.push_back(text.data());
+  arguments.push_back(nullptr);
+  std::vector<std::string> variables;
+  for (const auto& [name, value] : surroundings(folder)) variables.push_back(name + "=" + value);
+  std::vector<char*> environment;
+  for (std::string& text : variables) environment.push_back(text.data());
+  environment.push_back(nullptr);
+
+  const int input = ::open("/dev/null", O_RDONLY);
+  const int output = ::open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  const int errors = ::open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  ::dup2(input, 0);
+  ::dup2(output, 1);
+  ::dup2(errors, 2);
+  if (::chdir(folder.c_str()) != 0) ::_exit(126);
+  if (traced) ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+  ::execve(VESKA_PROGRAM, arguments.data(), environment.data());
+  ::_exit(127);
+}
+
+std::string normal(std::string text, const std::string& folder) {
+  for (size_t at = 0; (at = text.find(folder, at)) != std::string::npos;) {
+    text.replace(at, folder.size(), "DIR");
+  }
+  static const std::regex kSeconds("[0-9]+\\.[0-9] s\\b");
+  return std::regex_replace(text, kSeconds, "T s");
+}
+
+std::string sortedLines(const std::string& text) {
+  std::istringstream stream(text);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  std::sort(lines.begin(), lines.end());
+  std::string sorted;
+  for (const std::string& line : lines) sorted += line + "\n";
+  return sorted;
+}
+
+bool mayChangeFiles(const __ptrace_syscall_info& info) {
+  const auto number = static_cast<long>(info.entry.nr);
+  switch (number) {
+    case SYS_ftruncate:
+    case SYS_fallocate:
+    case SYS_munmap:
+    case SYS_msync:
+    case SYS_fsync:
+    case SYS_copy_file_range:
+    case SYS_renameat:
+    case SYS_renameat2:
+    case SYS_unlinkat:
+    case SYS_mkdirat:
+    case SYS_symlinkat:
+    case SYS_pwrite64:
+#ifdef SYS_rename
+    case SYS_rename:
+    case SYS_unlink:
+    case SYS_mkdir:
+    case SYS_symlink:
+    case SYS_rmdir:
+#endif
+      return true;
+    case SYS_write:
+      return info.entry.args[0] > 2;
+    case SYS_mmap:
+      return (info.entry.args[3] & MAP_SHARED) != 0;
+    case SYS_openat:
+      return (info.entry.args[2] & O_CREAT) != 0;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+std::ostream& operator<<(std::ostream& stream, const Outcome& outcome) {
+  return stream << "status " << outcome.status << "\n--- out\n"
+                << outcome.out << "--- err\n"
+                << outcome.err;
+}
+
+RunningProgram::RunningProgram(std::vector<std::string> words, const std::string& folder)
+    : folder_(folder) {
+  static std::atomic<int> runs = 0;
+  const std::string base = folder + "/.run" + std::to_string(++runs);
+  outPath_ = base + ".out";
+  errPath_ = base + ".err";
+  process_ = ::fork();
+  if (process_ == 0) become(words, folder, outPath_, errPath_, false);
+  if (process_ < 0) ADD_FAILURE() << "cannot start the program";
+}
+
+RunningProgram::~RunningProgram() {
+  if (process_ <= 0) return;
+  ::kill(process_, SIGKILL);
+  ::waitpid(process_, nullptr, 0);
+}
+
+void RunningProgram::signal(int number) const { ::kill(process_, number); }
+
+Outcome RunningProgram::wait() {
+  int status = 0;
+  ::waitpid(process_, &status, 0);
+  process_ = -1;
+  Outcome outcome{exitStatus(status), normal(readFile(outPath_), folder_),
+                  normal(readFile(errPath_), folder_)};
+  ::unlink(outPath_.c_str());
+  ::unlink(errPath_.c_str());
+  return outcome;
+}
+
+Outcome ProgramTest::run(std::vector<std::string> words) const {
+  return RunningProgram(std::move(words), folder()).wait();
+}
+
+std::string ProgramTest::out(std::vector<std::string> words) const {
+  const Outcome outcome = run(std::move(words));
+  EXPECT_EQ(outcome.status, 0) << outcome;
+  EXPECT_EQ(outcome.err, "");
+  return outcome.out;
+}
+
+void ProgramTest::setTime(const std::string& name, long secondsSince1970) const {
+  const timespec times[2] = {{secondsSince1970, 0}, {secondsSince1970, 0}};
+  ASSERT_EQ(::utimensat(AT_FDCWD, path(name).c_str(), times, 0), 0) << name;
+}
+
+std::string ProgramTest::found(const std::string& word) const {
+  const Outcome outcome = run({"search", "--files", "--limit", "0", word});
+  EXPECT_LE(outcome.status, 1) << outcome;
+  return sortedLines(outcome.out);
+}
+
+std::string ProgramTest::known() const { return sortedLines(run({"files"}).out); }
+
+std::string ProgramTest::tables() const {
+  char target[256];
+  const std::string link = path("home/indexes/default/tables");
+  const ssize_t length = ::readlink(link.c_str(), target, sizeof target);
+  EXPECT_GT(length, 0);
+  return path("home/indexes/default/") +
+         std::string(target, static_cast<size_t>(std::max<ssize_t>(length, 0))) + "/";
+}
+
+bool ProgramTest::runKilledBeforeChange(std::vector<std::string> words, int n) const {
+  const pid_t process = ::fork();
+  if (process == 0) become(words, folder(), "/dev/null", "/dev/null", true);
+  int status = 0;
+  ::waitpid(process, &status, 0);  // stopped at its first instruction
+  ::ptrace(PTRACE_SETOPTIONS, process, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
+  while (WIFSTOPPED(status)) {
+    __ptrace_syscall_info info = {};
+    const bool isCall = WSTOPSIG(status) == (SIGTRAP | 0x80);
+    if (isCall) ::ptrace(PTRACE_GET_SYSCALL_INFO, process, sizeof info, &info);
+    if (isCall && info.op == PTRACE_SYSCALL_INFO_ENTRY && mayChangeFiles(info) && --n == 0) {
+      ::kill(process, SIGKILL);
+      ::waitpid(process, &status, 0);
+      return true;
+    }
+    const int passed = isCall || WSTOPSIG(status) == SIGTRAP ? 0 : WSTOPSIG(status);
+    ::ptrace(PTRACE_SYSCALL, process, nullptr, passed);
+    ::waitpid(process, &status, 0);
+  }
+  EXPECT_EQ(exitStatus(status), 0);
+  return false;
+}
+
+}  // namespace veska::test

@@ -1,0 +1,128 @@
+// Where words, phrases and NEAR hold in a text, and the lines that are shown for them.
+#include "host/hits.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "host/snippets.h"
+#include "tests/host/smallindex.h"
+
+namespace veska {
+namespace {
+
+class Hits : public testing::Test {
+ protected:
+  void SetUp() override {
+    files_.write("a.txt", "x\n");
+    files_.build();
+    reader_ = std::make_unique<Reader>(files_.open());
+  }
+
+  // The text with what is marked in brackets; "-" before it when the query's first leaf does not
+  // hold.
+  std::string marked(const std::string& queryText, const std::string& text) {
+    const QueryResult parsed = parseQuery(queryText);
+    EXPECT_TRUE(parsed.query) << parsed.error.message;
+    const HitFinder finder(*reader_, *parsed.query);
+    const std::vector<WordHit> hits = finder.find(text);
+    std::string out = finder.holds(parsed.query->leaves.front(), hits) ? "" : "-";
+    size_t at = 0;
+    for (const Mark& mark : finder.marks(hits)) {
+      if (mark.begin < at) continue;
+      out += text.substr(at, mark.begin - at) + "[" +
+             text.substr(mark.begin, mark.end - mark.begin) + "]";
+      at = mark.end;
+    }
+    return out + text.substr(at);
+  }
+
+  std::vector<Snippet> snippets(const std::string& queryText, const std::string& text,
+                                const SnippetOptions& options) {
+    const QueryResult parsed = parseQuery(queryText);
+    const HitFinder finder(*reader_, *parsed.query);
+    return makeSnippets(text, finder.marks(finder.find(text)), options);
+  }
+
+  test::SmallIndex files_;
+  std::unique_ptr<Reader> reader_;
+};
+
+TEST_F(Hits, HoldWhereTheLanguageSaysSo) {
+  struct Case {
+    const char* query;
+    const char* text;
+    const char* marked;
+  };
+  const std::vector<Case> cases = {
+      {"cat", "Cat, cats; CAT", "[Cat], cats; [CAT]"},
+      {"c?t*", "cat cats dog", "[cat] [cats] dog"},
+      {"\xC3\xA9t\xC3\xA9", "\xC9t\xE9 ete", "[\xC9t\xE9] ete"},
+      {"\"free software\"", "free. Software is free software",
+       "[free]. [Software] is [free] [software]"},
+      {"\"a a b\"", "a a a b a b", "a [a] [a] [b] a b"},
+      {"\"a b\"", "b a c b", "-b a c b"},
+      {"\"one * three\"", "one two three one three", "[one] [two] [three] one three"},
+      {"foo-bar", "foo_bar foo bar", "foo_bar [foo] [bar]"},
+      {"a NEAR/2 b", "b x a x x x b", "[b] x [a] x x x b"},
+      {"a NEAR/2 b", "a x x b", "-a x x b"},
+      {"a NEAR/1 a", "a", "-a"},
+      {"a NEAR/1 a", "a a", "[a] [a]"},
+      {"\"a b\" NEAR/2 c", "c a b x c", "[c] [a] [b] x [c]"},
+      {"cat -\"big dog\"", "cat big dog", "[cat] big dog"},
+  };
+  for (const Case& c : cases) EXPECT_EQ(marked(c.query, c.text), c.marked) << c.query;
+}
+
+TEST_F(Hits, LongPhrasesOfOneWordStayLinear) {
+  std::string phrase = "\"";
+  for (int i = 0; i < 900; ++i) phrase += "a ";
+  std::string text;
+  for (int i = 0; i < 200000; ++i) text += "a ";
+  const QueryResult parsed = parseQuery(phrase + "b\"");
+  ASSERT_TRUE(parsed.query) << parsed.error.message;
+  const HitFinder finder(*reader_, *parsed.query);
+  EXPECT_FALSE(finder.holds(parsed.query->leaves.front(), finder.find(text)));
+  text += "b";
+  EXPECT_TRUE(finder.holds(parsed.query->leaves.front(), finder.find(text)));
+}
+
+TEST_F(Hits, SnippetsAreTheLinesWithMostDifferentWords) {
+  const std::string text = "cat\ncat\n\ncat and dog\ncat\n\tdog   dog\n";
+  const std::vector<Snippet> two = snippets("cat dog", text, {2, 100});
+  ASSERT_EQ(two.size(), 2u);
+  EXPECT_EQ(two[0].line, 1u);
+  EXPECT_EQ(two[1].line, 4u);
+  EXPECT_EQ(two[1].text, "cat and dog");
+  EXPECT_EQ(two[1].hits, (std::vector<std::pair<size_t, size_t>>{{0, 3}, {8, 11}}));
+  EXPECT_EQ(snippets("dog", text, {9, 100}).back().text, "dog dog");
+}
+
+TEST_F(Hits, SnippetsOfLongLinesKeepTheHitAndWholeCharacters) {
+  std::string text;
+  for (int i = 0; i < 300; ++i) text += "\xE2\x82\xAC\xC3\xA9 ";
+  text += "needle";
+  for (int i = 0; i < 300; ++i) text += " \xC3\xA9\xE2\x82\xAC";
+  for (size_t width = 20; width < 60; ++width) {
+    const std::vector<Snippet> found = snippets("needle", text, {3, width});
+    ASSERT_EQ(found.size(), 1u);
+    ASSERT_EQ(found[0].hits.size(), 1u);
+    const auto [begin, end] = found[0].hits[0];
+    EXPECT_EQ(found[0].text.substr(begin, end - begin), "needle");
+    EXPECT_EQ(found[0].text.find("\xEF\xBF\xBD"), std::string::npos) << found[0].text;
+    EXPECT_EQ(found[0].text.find("\xC3\xA2"), std::string::npos) << "a character was cut in two";
+    EXPECT_LT(found[0].text.size(), width + 10);
+  }
+}
+
+TEST_F(Hits, SnippetsHoldNoControls) {
+  const std::vector<Snippet> found =
+      snippets("needle", "a\x1B[31m needle\x07 \xC2\x9B z\r\n", {3, 100});
+  ASSERT_EQ(found.size(), 1u);
+  for (const char byte : found[0].text) EXPECT_GE(static_cast<unsigned char>(byte), ' ');
+  EXPECT_EQ(found[0].text.find("\xC2\x9B"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace veska

@@ -1,0 +1,199 @@
+// Random boolean queries against random files, through several updates, compared with a slow look
+// at every file.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <random>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "host/query.h"
+#include "host/reader.h"
+#include "host/search.h"
+#include "tests/host/smallindex.h"
+
+namespace veska {
+namespace {
+
+using Words = std::vector<std::string>;
+
+const Words kVocabulary = {"aa", "ab", "abc", "ba", "bb", "bca", "cab", "cc", "cba", "dd"};
+const Words kTerms = {"aa", "ab",      "abc", "ba", "bb", "cab", "cc",
+                      "dd", "nowhere", "a*",  "*b", "?a", "c*a", "*b*"};
+
+class Oracle {
+ public:
+  explicit Oracle(unsigned seed) : random_(seed) {}
+
+  size_t below(size_t bound) { return random_() % bound; }
+
+  std::string randomText() {
+    std::string text;
+    for (size_t count = below(12); count > 0; --count) {
+      text += kVocabulary[below(kVocabulary.size())] + " ";
+    }
+    return text + "\n";
+  }
+
+  // A query as text, and the same as a tree to walk.
+  struct Node {
+    std::string text;
+    enum { kTerm, kPhrase, kNear, kAnd, kOr, kNot } kind = kTerm;
+    Words terms;
+    size_t distance = 0;
+    std::unique_ptr<Node> left, right;
+  };
+
+  std::unique_ptr<Node> randomQuery(int depth) {
+    auto node = std::make_unique<Node>();
+    const auto term = [this] { return kTerms[below(kTerms.size())]; };
+    switch (depth == 0 ? below(4) : 4 + below(3)) {
+      case 0:
+      case 1:
+        node->terms = {term()};
+        node->text = node->terms[0];
+        break;
+      case 2:
+        node->kind = Node::kPhrase;
+        node->terms = {term(), term()};
+        node->text = "\"" + node->terms[0] + " " + node->terms[1] + "\"";
+        break;
+      case 3:
+        node->kind = Node::kNear;
+        node->terms = {term(), term()};
+        node->distance = 1 + below(4);
+        node->text = "(" + node->terms[0] + " NEAR/" + std::to_string(node->distance) + " " +
+                     node->terms[1] + ")";
+        break;
+      case 4:
+      case 5:
+        node->kind = below(2) == 0 ? Node::kAnd : Node::kOr;
+        node->left = randomQuery(depth - 1);
+        node->right = randomQuery(depth - 1);
+        node->text = "(" + node->left->text + (node->kind == Node::kOr ? " OR " : " ") +
+                     node->right->text + ")";
+        break;
+      default:
+        node->kind = Node::kNot;
+        node->left = randomQuery(depth - 1);
+        node->text = "NOT " + node->left->text;
+    }
+    return node;
+  }
+
+  static bool matches(const std::string& word, const std::string& term) {
+    std::string pattern;
+    for (const char c : term) pattern += c == '*' ? ".*" : c == '?' ? "." : std::string(1, c);
+    return std::regex_match(word, std::regex(pattern));
+  }
+
+  static bool holds(const Node& node, const Words& words) {
+    const auto at = [&](size_t i, size_t term) { return matches(words[i], node.terms[term]); };
+    switch (node.kind) {
+      case Node::kTerm:
+        for (size_t i = 0; i < words.size(); ++i) {
+          if (at(i, 0)) return true;
+        }
+        return false;
+      case Node::kPhrase:
+        for (size_t i = 0; i + 1 < words.size(); ++i) {
+          if (at(i, 0) && at(i + 1, 1)) return true;
+        }
+        return false;
+      case Node::kNear:
+        for (size_t i = 0; i < words.size(); ++i) {
+          for (size_t j = 0; j < words.size(); ++j) {
+            const size_t apart = i < j ? j - i : i - j;
+            if (i != j && apart <= node.distance && at(i, 0) && at(j, 1)) return true;
+          }
+        }
+        return false;
+      case Node::kAnd:
+        return holds(*node.left, words) && holds(*node.right, words);
+      case Node::kOr:
+        return holds(*node.left, words) || holds(*node.right, words);
+      default:
+        return !holds(*node.left, words);
+    }
+  }
+
+ private:
+  std::mt19937 random_;
+};
+
+Words split(const std::string& text) {
+  Words words;
+  std::string word;
+  for (const char c : text) {
+    if (c != ' ' && c != '\n') {
+      word += c;
+    } else if (!word.empty()) {
+      words.push_back(std::exchange(word, {}));
+    }
+  }
+  return words;
+}
+
+void compare(test::SmallIndex& files, Oracle& oracle, int rounds) {
+  Reader reader(files.open());
+  int answered = 0;
+  for (int round = 0; round < rounds; ++round) {
+    const auto node = oracle.randomQuery(static_cast<int>(oracle.below(4)));
+    const QueryResult parsed = parseQuery(node->text);
+    if (!parsed.query) continue;  // only excludes
+    ++answered;
+    SearchOptions options;
+    options.limit = 0;
+    const TextSource texts = [&](FileId file, const auto& use) {
+      use(files.texts().at(reader.path(file)));
+      return true;
+    };
+    const SearchResult result =
+        Search(reader, *parsed.query, {files.texts().size(), 1000}).run(options, texts);
+    std::set<std::string> found;
+    for (const Ranked& ranked : result.found) found.insert(reader.path(ranked.file));
+    ASSERT_EQ(found.size(), result.found.size()) << node->text;
+    ASSERT_TRUE(std::is_sorted(result.found.begin(), result.found.end(),
+                               [](const Ranked& a, const Ranked& b) { return a.score > b.score; }));
+    std::set<std::string> expected;
+    for (const auto& [path, text] : files.texts()) {
+      if (Oracle::holds(*node, split(text))) expected.insert(path);
+    }
+    ASSERT_EQ(found, expected) << node->text;
+  }
+  EXPECT_GT(answered, rounds / 3);
+}
+
+TEST(SearchOracle, AnswersAsALookAtEveryFileThroughUpdates) {
+  for (const unsigned seed : {1u, 2u, 3u}) {
+    SCOPED_TRACE(seed);
+    Oracle oracle(seed);
+    test::SmallIndex files;
+    for (int i = 0; i < 40; ++i) {
+      files.write("d" + std::to_string(i % 5) + "/f" + std::to_string(i) + ".txt",
+                  oracle.randomText());
+    }
+    files.build();
+    compare(files, oracle, 150);
+    for (int change = 0; change < 3 && !testing::Test::HasFatalFailure(); ++change) {
+      for (int i = 0; i < 15; ++i) {
+        const size_t number = oracle.below(60);
+        const std::string name =
+            "d" + std::to_string(number % 5) + "/f" + std::to_string(number) + ".txt";
+        if (oracle.below(3) == 0) {
+          files.remove(name);
+        } else {
+          files.write(name, oracle.randomText());
+        }
+      }
+      files.update();
+      compare(files, oracle, 100);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace veska
