@@ -5,6 +5,7 @@
 
 #include "analyzers/charsets.h"
 #include "analyzers/inputfile.h"
+#include "analyzers/unicode/textanalyzer.h"
 #include "api/reporting.h"
 #include "index/index.h"
 
@@ -41,6 +42,10 @@ bool CFileAnalyzer::indexFile(const char* path, unsigned long parentId) {
 // A word that a block's end cuts is offered only where the read limit ends the file there.
 void CFileAnalyzer::indexBlocks(const BlockReader& read, CFileAnalyzer& analyzer, const char* path,
                                 unsigned long recordId) {
+  if (auto* textAnalyzer = dynamic_cast<CTextAnalyzer*>(&analyzer)) {
+    textAnalyzer->indexStream(read, path, recordId);
+    return;
+  }
   char buffer[kBlockBytes];
   const unsigned long limit = index->maxPerFileRead;
   unsigned long total = 0;

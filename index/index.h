@@ -199,6 +199,7 @@ class VESKA_API CVeskaIndex {
   // Settings beyond the minimum.
   bool exactNames = false;  // by setExactNames
   bool exactUpdate = false;
+  bool unicode = false;                  // words and display text are UTF-8
   int statusLevel = 0;
   std::vector<std::string>
       keptTrees;         // folders that prune leaves alone with all below; none by clear
@@ -247,6 +248,8 @@ class VESKA_API CVeskaIndex {
   void fillChunks();
   void zeroHandedCounts();
 
+  void indexUnicodeExclusions(const std::string& path);
+  void addTextAnalyzers();
   void readExternalAnalyzers();
   void addExternalAnalyzer(const std::string& name, const std::string& extension,
                            const std::string& command);

@@ -14,6 +14,7 @@
 #include "analyzers/pdfanalyzer.h"
 #include "analyzers/rtfanalyzer.h"
 #include "analyzers/taranalyzer.h"
+#include "analyzers/unicode/textanalyzer.h"
 #include "analyzers/zipanalyzer.h"
 #include "api/reporting.h"
 #include "index/index.h"
@@ -71,7 +72,14 @@ void CVeskaIndex::createAnalyzers() {
   analyzers["tar"] = std::make_unique<CTarAnalyzer>(this);
   analyzers["gzip"] = std::make_unique<CGZipAnalyzer>(this);
   analyzers["mbox"] = std::make_unique<CMBoxAnalyzer>(this);
+  if (unicode) addTextAnalyzers();
   readExternalAnalyzers();
+}
+
+// The kinds that the text pipeline reads take the places of the 8-bit analyzers.
+void CVeskaIndex::addTextAnalyzers() {
+  for (const veska::unicode::Kind* kind : veska::unicode::allKinds())
+    analyzers[std::string(kind->name)] = std::make_unique<CTextAnalyzer>(this, *kind);
 }
 
 void CVeskaIndex::clearAnalyzers() { analyzers.clear(); }

@@ -4,10 +4,42 @@
 
 #include <cstring>
 
+#include "analyzers/unicode/characters.h"
 #include "index/index.h"
 
 namespace {
 
+// How texts are read: byte by byte, each as it is, ...
+struct Bytes {
+  static bool equal(const char* word, const char* term) { return *word == *term; }
+  static const char* next(const char* at) { return at + 1; }
+  static bool begins(char) { return true; }
+};
+
+// ... or by characters of UTF-8, without regard to case.
+struct Characters {
+  static veska::unicode::Decoded decode(const char* at) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(at);
+    size_t length = 1;
+    while (length < 4 && (bytes[length] & 0xC0) == 0x80) ++length;
+    return veska::unicode::decodeCharacter(bytes, bytes + length);
+  }
+  static char32_t folded(const char* at) {
+    return veska::unicode::factsOf(decode(at).character).folded();
+  }
+  static bool equal(const char* word, const char* term) {
+    const bool ascii =
+        static_cast<unsigned char>(*word) < 0x80 && static_cast<unsigned char>(*term) < 0x80;
+    return ascii ? foldAscii(*word) == foldAscii(*term) : folded(word) == folded(term);
+  }
+  static const char* next(const char* at) { return at + decode(at).bytes; }
+  static bool begins(char c) { return (c & 0xC0) != 0x80; }
+
+ private:
+  static char foldAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 0x20) : c; }
+};
+
+template <typename Text>
 class TermMatcher {
  public:
   TermMatcher(bool star, bool question) : star_(star), question_(question) {}
@@ -42,9 +74,9 @@ class TermMatcher {
   bool atStar(const Stop& stop) const { return *stop.word && isStar(*stop.term); }
 
   Stop compareLiterals(const char* word, const char* term) const {
-    while (*word && *term && !isStar(*term) && (isQuestion(*term) || *word == *term)) {
-      ++word;
-      ++term;
+    while (*word && *term && !isStar(*term) && (isQuestion(*term) || Text::equal(word, term))) {
+      word = Text::next(word);
+      term = Text::next(term);
     }
     return {word, term};
   }
@@ -60,7 +92,7 @@ class TermMatcher {
                     const Star& next) const {
     if (*rest == 0) return {nullptr, true};
     for (const char* at = wordEnd; at != word;) {
-      if (*--at != *rest) continue;
+      if (!Text::begins(*--at) || !Text::equal(at, rest)) continue;
       const Stop stop = compareLiterals(at, rest);
       if (atStar(stop) ? next.satisfies(stop.word) : endsWell(stop)) return {at, false};
     }
@@ -77,5 +109,8 @@ bool CVeskaIndex::doesWordMatch(const char* word, const char* term) const {
   const auto isWordByte = [this](unsigned char c) {
     return validCharMask[c] || validTrailingMask[c];
   };
-  return TermMatcher(!isWordByte('*'), !isWordByte('?')).matches(word, term);
+  const bool star = !isWordByte('*');
+  const bool question = !isWordByte('?');
+  return unicode ? TermMatcher<Characters>(star, question).matches(word, term)
+                 : TermMatcher<Bytes>(star, question).matches(word, term);
 }

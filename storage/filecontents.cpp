@@ -11,6 +11,7 @@
 #include "api/reporting.h"
 #include "index/index.h"
 #include "storage/hitsearch.h"
+#include "storage/unicodehits.h"
 
 namespace {
 
@@ -92,12 +93,16 @@ const std::string& CFileContents::advanceLine() {
 
 std::string CFileContents::nextLine() { return advanceLine(); }
 
-HitSearch& CFileContents::search(const char* query) {
+HitFinder& CFileContents::search(const char* query) {
   if (query == nullptr) query = "";
   if (!search_ || search_->query() != query) {
     search_.reset();
-    search_ = std::make_unique<HitSearch>(classes_, std::string_view(contents_.get(), length_),
-                                          query, defaultDistance_);
+    const std::string_view text(contents_.get(), length_);
+    if (index_->unicode) {
+      search_ = std::make_unique<UnicodeHits>(*index_, text, query, defaultDistance_);
+    } else {
+      search_ = std::make_unique<HitSearch>(classes_, text, query, defaultDistance_);
+    }
   }
   return *search_;
 }
@@ -121,16 +126,25 @@ char* CFileContents::searchBuffer(char* start, const char* query, int maxWords, 
 }
 
 bool CFileContents::isMatch(const char* text, const char* pattern, bool atStart) {
-  return termMatches(classes_, text, pattern, atStart);
+  return index_->unicode ? unicodeTermMatches(*index_, text, pattern, atStart)
+                         : termMatches(classes_, text, pattern, atStart);
 }
 
 unsigned long CFileContents::tokenLength(unsigned long offset) {
   if (!contents_ || offset >= length_) return 0;
   const char* const word = contents_.get() + offset;
+  if (index_->unicode) return unicodeTokenLength(*index_, {contents_.get(), length_}, offset);
   if (!classes_.starts(*word)) return 0;
   const char* end = word + 1;
   while (classes_.continues(*end)) ++end;
   return static_cast<unsigned long>(end - word);
+}
+
+// Bytes of the hit's word, or its characters in Unicode text, where pairs have any length.
+unsigned long CFileContents::outlineLength(const char* hit, const char** wordEnd) const {
+  if (index_->unicode) return unicodeWordCharacters(*index_, {contents_.get(), length_}, hit);
+  while (*wordEnd <= hit || classes_.continues(**wordEnd)) ++*wordEnd;
+  return static_cast<unsigned long>(*wordEnd - hit);
 }
 
 void CFileContents::convertToOutline(const char* query) {
@@ -141,14 +155,13 @@ void CFileContents::convertToOutline(const char* query) {
   const auto maxLength = index_->maxWordLength == 0
                              ? std::numeric_limits<unsigned long>::max()
                              : static_cast<unsigned long>(index_->maxWordLength);
-  HitSearch& hits = search(query);
+  HitFinder& hits = search(query);
   hits.settle();
   char* to = text;
   const char* lineStart = text;
   const char* wordEnd = text;
   for (const char* hit = hits.forwards(text, 0); hit != textEnd;) {
-    while (wordEnd <= hit || classes_.continues(*wordEnd)) ++wordEnd;
-    const auto length = static_cast<unsigned long>(wordEnd - hit);
+    const unsigned long length = outlineLength(hit, &wordEnd);
     if (length < minLength || length > maxLength) {
       hit = hits.forwards(hit + 1, 0);
       continue;

@@ -15,7 +15,7 @@
 #include "storage/hitterms.h"
 
 class CVeskaIndex;
-class HitSearch;
+class HitFinder;
 
 class VESKA_API CFileContents {
  public:
@@ -69,7 +69,8 @@ class VESKA_API CFileContents {
   std::vector<uint32_t> recordPath(uint32_t fileId) const;
   void readText(const std::vector<uint32_t>& path, uint32_t fileId, bool option);
   const char* recordName(uint32_t id) const;
-  HitSearch& search(const char* query);
+  HitFinder& search(const char* query);
+  unsigned long outlineLength(const char* hit, const char** wordEnd) const;
 
   CVeskaIndex* index_;
   std::string filePath_;
@@ -83,7 +84,7 @@ class VESKA_API CFileContents {
   std::string currentLine_;
 
   size_t length_ = 0;                  // of the text
-  std::unique_ptr<HitSearch> search_;  // the last query; null when the text has changed since
+  std::unique_ptr<HitFinder> search_;  // the last query; null when the text has changed since
 };
 
 #endif  // VESKA_STORAGE_FILECONTENTS_H_

@@ -8,28 +8,29 @@
 #include <string_view>
 #include <vector>
 
+#include "storage/hitfinder.h"
 #include "storage/hitquery.h"
 
-class HitSearch {
+class HitSearch final : public HitFinder {
  public:
   // classes and text outlive the search; text is shorter than 4 GiB, zero-terminated at
   // its end, and does not change where a search still looks.
   HitSearch(const WordClasses& classes, std::string_view text, std::string query,
             int defaultDistance);
 
-  const std::string& query() const { return query_.text(); }
+  const std::string& query() const override { return query_.text(); }
 
   // The first hit whose word is among the first maxWords + 1 words from start on (0: no bound).
   // start may lie inside a word: what is left of the word counts as one. Result: the text's end
   // when there is none.
-  const char* forwards(const char* start, int maxWords);
+  const char* forwards(const char* start, int maxWords) override;
 
   // The last hit whose word begins before start. Result: null when there is none; the text's end
   // when it is not among the maxWords + 1 words before start.
-  const char* backwards(const char* start, int maxWords);
+  const char* backwards(const char* start, int maxWords) override;
 
   // Settles for every word of the text whether it is a hit; later searches only look it up.
-  void settle();
+  void settle() override;
 
  private:
   bool isHit(const char* word);

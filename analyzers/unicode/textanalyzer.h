@@ -1,0 +1,37 @@
+// CTextAnalyzer: the analyzer of every kind of document in the Unicode mode, where it stands in the
+// registry under the kind's name. A text source reads the document; the tokenizer or the display
+// writer takes the text.
+
+#ifndef VESKA_ANALYZERS_UNICODE_TEXTANALYZER_H_
+#define VESKA_ANALYZERS_UNICODE_TEXTANALYZER_H_
+
+#include "analyzers/fileanalyzer.h"
+#include "analyzers/unicode/kinds.h"
+
+class CTextAnalyzer : public CFileAnalyzer {
+ public:
+  CTextAnalyzer(CVeskaIndex* owner, const veska::unicode::Kind& kind)
+      : CFileAnalyzer(owner), kind_(kind) {}
+
+  // Can the member of an archive be read while it is unpacked? False for kinds that want a file.
+  bool canUseIndexBuffer() override { return !kind_.needsSeek; }
+
+  bool indexFile(const char* path, unsigned long parentId) override;
+
+  // option: without mark-up. Without it, HTML and XML are shown as they stand.
+  char* fillDisplayBuffer(const char* path, unsigned long fileId, unsigned long maxBytes,
+                          int lineWidth, bool option) override;
+
+  // Indexes what read gives, piece by piece, as the record recordId, whose name helps to tell the
+  // kind. path: named in reports.
+  void indexStream(const BlockReader& read, const char* path, unsigned long recordId);
+
+ private:
+  void indexInput(veska::unicode::ByteInput& input, std::string_view name, const char* path,
+                  unsigned long recordId);
+  bool isMarkup() const;
+
+  const veska::unicode::Kind& kind_;
+};
+
+#endif  // VESKA_ANALYZERS_UNICODE_TEXTANALYZER_H_

@@ -1,0 +1,47 @@
+// Where the words of a text in memory are: the same words as the tokenizer's, with their places.
+
+#ifndef VESKA_ANALYZERS_UNICODE_WORDS_H_
+#define VESKA_ANALYZERS_UNICODE_WORDS_H_
+
+#include <cstddef>
+#include <string_view>
+
+#include "analyzers/unicode/characters.h"
+
+class CVeskaIndex;
+
+namespace veska::unicode {
+
+// A run of characters that words are made of: one word, or, of a script without blanks, its pairs.
+struct WordRun {
+  size_t begin = 0;
+  size_t end = 0;
+  bool pairs = false;
+};
+
+class WordScanner {
+ public:
+  // The masks are the index's; it outlives the object.
+  explicit WordScanner(const CVeskaIndex& index) : index_(index) {}
+
+  // Is the character one that words may hold, but for what is passed over in them?
+  bool continues(char32_t character) const;
+  bool starts(char32_t character) const;
+
+  // The first run that begins at from or behind it, where a character begins. Result: false when
+  // there is none.
+  bool next(std::string_view text, size_t from, WordRun& run) const;
+
+  // The run that begins at from. Result: false when none does.
+  bool runAt(std::string_view text, size_t from, WordRun& run) const;
+
+  // The character with its marks at from: its end, at most end.
+  static size_t clusterEnd(std::string_view text, size_t from, size_t end);
+
+ private:
+  const CVeskaIndex& index_;
+};
+
+}  // namespace veska::unicode
+
+#endif  // VESKA_ANALYZERS_UNICODE_WORDS_H_

@@ -1,0 +1,230 @@
+// Character sets, mark-up, kinds, and the display writer.
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include "analyzers/unicode/charset.h"
+#include "analyzers/unicode/displaywriter.h"
+#include "analyzers/unicode/kinds.h"
+
+namespace veska::unicode {
+namespace {
+
+// The text of a document as the display writer shows it, read in blocks of so many bytes.
+std::string shown(const std::string& bytes, std::string_view name, std::string_view charset = {},
+                  size_t block = 1 << 20, size_t maxBytes = 1 << 20, int lineWidth = 0) {
+  size_t at = 0;
+  StreamInput input([&](char* to, size_t wanted) {
+    size_t done = 0;
+    while (done < wanted && at < bytes.size()) {
+      const size_t count = std::min({block, wanted - done, bytes.size() - at});
+      bytes.copy(to + done, count, at);
+      at += count;
+      done += count;
+    }
+    return done;
+  });
+  SourceRequest request;
+  request.name = name;
+  request.charset = charset;
+  DisplayWriter writer(maxBytes, lineWidth);
+  deliverDocument(input, request, writer);
+  return writer.finish();
+}
+
+std::string utf16(const std::u16string& text, bool little) {
+  std::string bytes;
+  for (const char16_t unit : text) {
+    const char low = static_cast<char>(unit & 0xFF);
+    const char high = static_cast<char>(unit >> 8);
+    bytes += little ? low : high;
+    bytes += little ? high : low;
+  }
+  return bytes;
+}
+
+TEST(UnicodeCharset, IsFoundOrDeclared) {
+  const std::u16string russian =
+      u"\u041C\u043E\u0441\u043A\u0432\u0430, \u0433\u043E\u0440\u043E\u0434 \u0438 "
+      u"\u043C\u0438\u0440\n";
+  const std::string moscow =
+      "\u041C\u043E\u0441\u043A\u0432\u0430, \u0433\u043E\u0440\u043E\u0434 \u0438 "
+      "\u043C\u0438\u0440\n";
+  const struct {
+    std::string bytes;
+    std::string charset;
+    std::string text;
+  } cases[] = {
+      {"\xEF\xBB\xBF"
+       "caf\u00E9",
+       "", "caf\u00E9\n"},
+      {"caf\u00E9", "ISO-8859-2", "caf\u00E9\n"},
+      {"caf\xE9 cr\xE8me", "", "caf\u00E9 cr\u00E8me\n"},
+      {"caf\xE9", "", "caf\u00E9\n"},
+      {"caf\xE9", "no-such-set", "caf\u00E9\n"},
+      {"caf\xE9", "UTF-8//TRANSLIT", "caf\u00E9\n"},
+      {"\x93quoted\x94", "", "\u201Cquoted\u201D\n"},
+      {"\xCC\xEE\xF1\xEA\xE2\xE0", "windows-1251", "\u041C\u043E\u0441\u043A\u0432\u0430\n"},
+      {"\xB3\xF3"
+       "d\xBC",
+       "ISO-8859-2", "\u0142\u00F3d\u017A\n"},
+      {"\x82\xA9\x82\xC8", "shift_jis", "\u304B\u306A\n"},
+      {"\xFF\xFE" + utf16(russian, true), "", moscow},
+      {"\xFE\xFF" + utf16(russian, false), "", moscow},
+      {utf16(russian, true), "", moscow},
+      {utf16(russian, false), "", moscow},
+      {"\u00E9\u00E8\u00E0\u00FC caf\xE9.", "", "\u00E9\u00E8\u00E0\u00FC caf\u00E9.\n"},
+      {"", "", ""},
+  };
+  for (const auto& c : cases) EXPECT_EQ(shown(c.bytes, "a.txt", c.charset), c.text) << c.charset;
+}
+
+// A file whose beginning is ASCII or UTF-8 may go on otherwise.
+TEST(UnicodeCharset, ReadsStrayBytesOfUtf8TextAsWindows1252) {
+  EXPECT_EQ(decodeAll("caf\u00E9 caf\xE9.", "UTF-8"), "caf\u00E9 caf\u00E9.");
+  const std::string ascii(100000, 'a');
+  EXPECT_EQ(shown(ascii + " caf\xE9", "a.txt"), ascii + " caf\u00E9\n");
+}
+
+TEST(UnicodeCharset, DecodesTheSameInWhateverPieces) {
+  const std::string japanese = "\x93\xFA\x96\x7B\x8C\xEA abc \x82\xA9";
+  const std::string mixed = "a\u00E9\u6771\U0001F600z\xE9 \xF0\x9F end";
+  for (const auto& [bytes, charset] :
+       {std::pair{japanese, "CP932"}, {mixed, "UTF-8"}, {mixed, "WINDOWS-1252"}}) {
+    const std::string whole = decodeAll(bytes, charset);
+    EXPECT_EQ(validUtf8Prefix(whole), whole.size());
+    for (size_t piece = 1; piece < 6; ++piece) {
+      Decoder decoder(charset);
+      std::string text;
+      for (size_t at = 0; at < bytes.size(); at += piece)
+        text +=
+            decoder.decode(std::string_view(bytes).substr(at, piece), at + piece >= bytes.size());
+      EXPECT_EQ(text, whole) << charset << ' ' << piece;
+    }
+  }
+}
+
+TEST(UnicodeCharset, TellsInvalidUtf8) {
+  const struct {
+    std::string_view bytes;
+    size_t valid;
+  } cases[] = {
+      {"\xC0\x80", 0},
+      {"a\xE0\x80\x80", 1},
+      {"\xED\xA0\x80", 0},
+      {"\xF4\x90\x80\x80", 0},
+      {"ab\x80", 2},
+      {"\xF4\x8F\xBF\xBF", 4},
+      {"\xC3", 0},
+      {"\xEF\xBF\xBD", 3},
+      {"0123456789abcdef0123456789abcde\xFF", 31},
+  };
+  for (const auto& c : cases) EXPECT_EQ(validUtf8Prefix(c.bytes), c.valid) << c.bytes;
+}
+
+TEST(UnicodeKinds, BinaryDataIsNoText) {
+  std::mt19937 random(3);
+  std::string noise;
+  for (int i = 0; i < 5000; ++i) noise += static_cast<char>(random());
+  EXPECT_EQ(shown(noise, "noise"), "");
+  EXPECT_EQ(shown(std::string("\x7F"
+                              "ELF\2\1\1\0\0\0\0\0\0\0\0\0text",
+                              20),
+                  "a.txt"),
+            "");
+  EXPECT_EQ(shown("Text\twith\fcontrols\x1B[1m and\r\nlines", "README").substr(0, 9), "Text with");
+}
+
+TEST(UnicodeKinds, ContentTellsWhatTheNameDoesNot) {
+  EXPECT_EQ(shown("<!DOCTYPE html><p>a<b>b</b></p>", "page"), "ab\n");
+  EXPECT_EQ(shown("\n<?xml version='1.0'?><r><n>one</n><n>two</n></r>", "data"), "one two\n");
+  EXPECT_EQ(shown("<p>tag</p>", "notes.txt"), "<p>tag</p>\n");
+}
+
+TEST(UnicodeHtml, ShowsWhatAReaderSees) {
+  const struct {
+    const char* html;
+    const char* text;
+  } cases[] = {
+      {"<title>T &amp; U</title><meta name=Description content='About &eacute;'><p>x",
+       "T & U\n\nAbout \u00E9\n\nx\n"},
+      {"in<b>li</b>ne<i> em</i>", "inline em\n"},
+      {"<p>one</p><p>two<br>three<div>four</div>", "one\n\ntwo\nthree\nfour\n"},
+      {"<table><tr><td>a</td><td>b</td></tr><tr><td>c</table>", "a b\nc\n"},
+      {"a<script>if (a<b) '</p>'</script>b<STYLE>p{}</style >c<!-- <p> -->d", "a b cd\n"},
+      {"a<!-->b", "a\n"},
+      {"<![if IE]>x<![endif]>", "x\n"},
+      {"&Eacute;t&eacute &notin; &not;in &#233;&#xE9; &#150; &bogus; AT&T &#0; "
+       "&CounterClockwiseContourIntegral;",
+       "\u00C9t\u00E9 \u2209 \u00ACin \u00E9\u00E9 \u2013 &bogus; AT&T \uFFFD \u2233\n"},
+      {"<a title='x>y' href=z>link</a> 1 < 2 <3", "link 1 < 2 <3\n"},
+      {"<pre>a\n  b\n</pre>c\n   d", "a\n  b\n\nc d\n"},
+      {"<img alt='a picture'>x<input value=hidden type=hidden><input type=submit value=Go>",
+       "a picture x Go\n"},
+      {"<textarea>&lt;b> <i>raw</textarea>", "<b> <i>raw\n"},
+      {"tail<p", "tail\n"},
+      {"tail &am", "tail &am\n"},
+      {"<svg><title>s</title></svg>x", "s\n\nx\n"},
+  };
+  for (const auto& c : cases) {
+    const std::string page = std::string("<html>") + c.html;
+    EXPECT_EQ(shown(page, "a.html"), c.text) << c.html;
+  }
+}
+
+TEST(UnicodeHtml, TakesTheDeclaredCharset) {
+  EXPECT_EQ(shown("<meta charset=windows-1251><p>\xCC\xE8\xF0", "a.html"), "\u041C\u0438\u0440\n");
+  EXPECT_EQ(shown("<meta http-equiv=Content-Type content='text/html; charset=koi8-r'>\xED\xC9\xD2",
+                  "a.html"),
+            "\u041C\u0438\u0440\n");
+  EXPECT_EQ(shown("<?xml version='1.0' encoding='ISO-8859-2'?><a>\xB3</a>", "a.xml"), "\u0142\n");
+}
+
+// Tags, references, comments and characters that a block's end cuts.
+TEST(UnicodeHtml, LosesNothingWhereBlocksEnd) {
+  const std::string part = "w\u00F6rd&eacute;<b>s</b> <!-- no --><p class='x'>n<script>x</script>";
+  const std::string wanted = "w\u00F6rd\u00E9s\n\nn ";
+  for (size_t shift = 0; shift < part.size(); ++shift) {
+    std::string page = "<html>" + std::string(65536 - 6 - shift, '.') + "<br>";
+    page += part + part;
+    const std::string text = shown(page, "a.html");
+    EXPECT_EQ(text.substr(text.find("w\u00F6rd")),
+              wanted + wanted.substr(0, wanted.size() - 1) + "\n")
+        << shift;
+  }
+}
+
+TEST(UnicodeXml, KeepsElementsApartAndDeclarationsOut) {
+  EXPECT_EQ(shown("<?xml version='1.0'?><!DOCTYPE r [<!ENTITY e 'x>y'>]><r "
+                  "a='b'><k>K</k><v>V<emphasis>W</emphasis>"
+                  "</v><![CDATA[<raw> & ]]>&lt;&#65;</r>",
+                  "a.xml"),
+            "K VW <raw> & <A\n");
+}
+
+TEST(UnicodeDisplay, WrapsByColumnsAndCutsNoCharacter) {
+  EXPECT_EQ(shown("one two three\n", "a.txt", {}, 1 << 20, 1 << 20, 7), "one two\nthree\n");
+  EXPECT_EQ(shown("\u6771\u4EAC\u6771\u4EAC\u6771", "a.txt", {}, 1 << 20, 1 << 20, 6),
+            "\u6771\u4EAC\u6771\n\u4EAC\u6771\n");
+  EXPECT_EQ(shown("\u00E9\u00E9\u00E9 longerword x", "a.txt", {}, 1 << 20, 1 << 20, 5),
+            "\u00E9\u00E9\u00E9\nlongerword\nx\n");
+  for (size_t most = 0; most < 12; ++most) {
+    const std::string text = shown("a\u00E9\u6771\U0001F600z e\u0301", "a.txt", {}, 1 << 20, most);
+    EXPECT_LE(text.size(), most);
+    EXPECT_EQ(validUtf8Prefix(text), text.size()) << most;
+  }
+}
+
+TEST(UnicodeDisplay, KeepsLinesAndIndentsAndDropsControls) {
+  EXPECT_EQ(shown("a  b\r\n\r\n\r\n\n  c\td\re\x1B[31mf", "a.txt"), "a b\n\n  c d\ne [31mf\n");
+  EXPECT_EQ(shown("e\u0301 so\u00ADft \u202Ex\u200B"
+                  "y",
+                  "a.txt"),
+            "\u00E9 soft xy\n");
+}
+
+}  // namespace
+}  // namespace veska::unicode

@@ -1,0 +1,250 @@
+// The tokenizer against a slow one that asks utf8proc about every character, on generated text cut
+// into pieces anywhere; and the cases that people meet.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+#include <utf8proc.h>
+
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "analyzers/unicode/characters.h"
+#include "analyzers/unicode/charset.h"
+#include "analyzers/unicode/tokenizer.h"
+#include "analyzers/unicode/words.h"
+#include "index/index.h"
+#include "storage/hashentries.h"
+#include "tests/support/tempdir.h"
+
+namespace veska::unicode {
+namespace {
+
+using Words = std::vector<std::string>;
+
+class Collector : public WordTaker {
+ public:
+  void take(const char* word, size_t bytes, uint32_t hash, bool) override {
+    EXPECT_EQ(std::string(word), std::string(word, bytes));
+    EXPECT_EQ(hash, hashText(word)) << word;
+    words.push_back(word);
+  }
+  Words words;
+};
+
+class UnicodeTokenizer : public testing::Test {
+ protected:
+  UnicodeTokenizer() : index(true, folder.path() + "/") {
+    for (int c = '0'; c <= 'z'; ++c)
+      if (std::isalnum(c)) index.setValidCharMask(c, true);
+    index.setValidTrailingMask('_', true);
+  }
+
+  Words cut(std::string_view text, WordLengths lengths = {1, 100}) {
+    Collector collector;
+    Tokenizer tokenizer(index, lengths, collector);
+    tokenizer.text(text);
+    tokenizer.finish();
+    return collector.words;
+  }
+
+  test::TempDir folder;
+  CVeskaIndex index;
+};
+
+// --- The slow one ------------------------------------------------------------------------------
+
+std::vector<char32_t> characters(std::string_view text) {
+  std::vector<char32_t> result;
+  utf8proc_int32_t c = 0;
+  for (size_t at = 0; at < text.size();) {
+    const auto used = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()) + at,
+                                       static_cast<utf8proc_ssize_t>(text.size() - at), &c);
+    if (used <= 0) {
+      ADD_FAILURE() << "invalid UTF-8";
+      break;
+    }
+    result.push_back(static_cast<char32_t>(c));
+    at += static_cast<size_t>(used);
+  }
+  return result;
+}
+
+std::string utf8(const std::u32string& text) {
+  std::string result;
+  for (const char32_t c : text) appendUtf8(result, c);
+  return result;
+}
+
+std::string slowFold(const std::u32string& text) {
+  const std::string bytes = utf8(text);
+  utf8proc_uint8_t* folded = nullptr;
+  utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(bytes.data()),
+               static_cast<utf8proc_ssize_t>(bytes.size()), &folded,
+               static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_COMPOSE |
+                                              UTF8PROC_CASEFOLD | UTF8PROC_IGNORE));
+  std::string result(reinterpret_cast<char*>(folded));
+  std::free(folded);
+  return result;
+}
+
+enum class Sort { kNone, kLetter, kMark, kIgnored };
+
+bool hasNoBlanks(char32_t c) {
+  return (c >= 0x3041 && c <= 0x309F) || (c >= 0x30A1 && c <= 0x30FA) || c == 0x30FC ||
+         (c >= 0x4E00 && c <= 0x9FFF) || (c >= 0x0E01 && c <= 0x0E3A) ||
+         (c >= 0x0E40 && c <= 0x0E4E);
+}
+
+Sort sortOf(char32_t c, bool inWord) {
+  if (c < 0x80)
+    return std::isalnum(static_cast<int>(c)) || (inWord && c == '_') ? Sort::kLetter : Sort::kNone;
+  const std::string category = utf8proc_category_string(static_cast<utf8proc_int32_t>(c));
+  if (c == 0xAD || c == 0x200D) return Sort::kIgnored;
+  if (category[0] == 'L' || category == "Nd" || category == "Nl") return Sort::kLetter;
+  return category[0] == 'M' ? Sort::kMark : Sort::kNone;
+}
+
+void endSlowRun(std::u32string& run, bool pairs, WordLengths lengths, Words& words) {
+  const std::string folded = slowFold(run);
+  run.clear();
+  const auto parts = characters(folded);
+  if (parts.empty()) return;
+  if (!pairs) {
+    if (parts.size() >= lengths.min && parts.size() <= lengths.max) words.push_back(folded);
+  } else if (parts.size() == 1) {
+    words.push_back(folded);
+  } else {
+    for (size_t i = 0; i + 1 < parts.size(); ++i) words.push_back(utf8({parts[i], parts[i + 1]}));
+  }
+}
+
+Words slowCut(std::string_view text, WordLengths lengths) {
+  Words words;
+  std::u32string run;
+  bool pairs = false;
+  for (const char32_t c : characters(text)) {
+    const Sort sort = sortOf(c, !run.empty() && !pairs);
+    if (sort == Sort::kIgnored) continue;
+    if (sort == Sort::kNone || (sort == Sort::kLetter && !run.empty() && hasNoBlanks(c) != pairs))
+      endSlowRun(run, pairs, lengths, words);
+    if (sort == Sort::kNone || (sort == Sort::kMark && run.empty())) continue;
+    if (run.empty()) pairs = hasNoBlanks(c);
+    run += c;
+  }
+  endSlowRun(run, pairs, lengths, words);
+  return words;
+}
+
+std::string generatedText(std::mt19937& random) {
+  static const std::u32string kSome =
+      U"aabcXYZ019_ ,.-\n\u00E9\u00C9\u00DF\u0130\u0301\u0308\u0323\u0327\u0345\u00AD\u200D\u200B"
+      U"\u0416\u0439\u0451\u03A3\u03C2\u03B1\u0915\u094D\u0937\u093F\uD55C\u1112\u1161\u11AB"
+      U"\u6771\u4EAC\u304B\u3099\u30AB\u30FC\u0E17\u0E35\u0E48\u0E01\u212A\u2160\u00B2\u2019\u00A0"
+      U"\U0001D400\U00010400\U0001F600\u0644\u064E\u05D0\u05B0";
+  std::string text;
+  const size_t length = random() % 200;
+  for (size_t i = 0; i < length; ++i) appendUtf8(text, kSome[random() % kSome.size()]);
+  return text;
+}
+
+TEST_F(UnicodeTokenizer, CutsGeneratedTextAsTheSlowOneDoes) {
+  constexpr unsigned kSeed = 20240611;
+  std::mt19937 random(kSeed);
+  for (int round = 0; round < 4000; ++round) {
+    const std::string text = generatedText(random);
+    const WordLengths lengths{1 + random() % 3, 2 + random() % 20};
+    Collector collector;
+    Tokenizer tokenizer(index, lengths, collector);
+    for (size_t at = 0; at < text.size();) {
+      size_t end = std::min(text.size(), at + 1 + random() % 40);
+      while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) ++end;
+      tokenizer.text(std::string_view(text).substr(at, end - at));
+      at = end;
+    }
+    tokenizer.finish();
+    ASSERT_EQ(collector.words, slowCut(text, lengths))
+        << "seed " << kSeed << " round " << round << ": " << text;
+  }
+}
+
+// The places that contents searches use agree with the words that are indexed.
+TEST_F(UnicodeTokenizer, ScannerFindsTheSameRuns) {
+  std::mt19937 random(7);
+  const WordScanner scanner(index);
+  for (int round = 0; round < 1000; ++round) {
+    const std::string text = generatedText(random);
+    Words words;
+    WordRun run;
+    for (size_t at = 0; scanner.next(text, at, run); at = run.end) {
+      ASSERT_GT(run.end, run.begin);
+      const Words ofRun = cut(text.substr(run.begin, run.end - run.begin));
+      words.insert(words.end(), ofRun.begin(), ofRun.end());
+    }
+    ASSERT_EQ(words, cut(text)) << "round " << round << ": " << text;
+  }
+}
+
+TEST_F(UnicodeTokenizer, CutsWhatPeopleWrite) {
+  const struct {
+    const char* text;
+    Words words;
+  } cases[] = {
+      {"Caf\u00E9 CAFE\u0301", {"caf\u00E9", "caf\u00E9"}},
+      {"Stra\u00DFe STRASSE", {"strasse", "strasse"}},
+      {"\u041C\u041E\u0421\u041A\u0412\u0410", {"\u043C\u043E\u0441\u043A\u0432\u0430"}},
+      {"\u039F\u0394\u039F\u03A3 \u03BF\u03B4\u03CC\u03C2",
+       {"\u03BF\u03B4\u03BF\u03C3", "\u03BF\u03B4\u03CC\u03C3"}},
+      {"don't don\u2019t", {"don", "t", "don", "t"}},
+      {"in\u00ADter na\uFEFFtional", {"inter", "national"}},
+      {"snake_case _x", {"snake_case", "x"}},
+      {"\u6771\u4EAC\u90FDtower2\u56DE", {"\u6771\u4EAC", "\u4EAC\u90FD", "tower2", "\u56DE"}},
+      {"\u304B\u3099\u304E", {"\u304C\u304E"}},
+      {"\uD55C\uAD6D\uC5B4", {"\uD55C\uAD6D\uC5B4"}},
+      {"\u0301a", {"a"}},
+  };
+  for (const auto& c : cases) EXPECT_EQ(cut(c.text), c.words) << c.text;
+}
+
+TEST_F(UnicodeTokenizer, CountsCharactersAndLetsPairsPass) {
+  EXPECT_EQ(cut("\u00E9\u00E9 \u00E9\u00E9\u00E9 \u6771", {3, 3}),
+            (Words{"\u00E9\u00E9\u00E9", "\u6771"}));
+  EXPECT_EQ(cut(std::string(100, 'a') + ' ' + std::string(101, 'b')), Words{std::string(100, 'a')});
+}
+
+TEST_F(UnicodeTokenizer, BoundsWordsAndRunsOfAnyLength) {
+  const WordLengths any{1, ~size_t{0}};
+  EXPECT_EQ(cut(std::string(1 << 20, 'x') + " end", any), Words{"end"});
+  std::string marks = "a";
+  for (int i = 0; i < 100000; ++i) marks += "\u0301";
+  EXPECT_EQ(cut(marks + " end", any), Words{"end"});
+
+  std::string run;
+  Words pairs;
+  for (int i = 0; i < 3000; ++i) run += i % 2 ? "\u4EAC" : "\u6771";
+  for (int i = 0; i + 1 < 3000; ++i) pairs.push_back(i % 2 ? "\u4EAC\u6771" : "\u6771\u4EAC");
+  EXPECT_EQ(cut(run, any), pairs);
+}
+
+TEST(UnicodeMarks, AreTakenOffWhereTheyAreAccents) {
+  const struct {
+    const char* word;
+    const char* base;
+  } cases[] = {
+      {"caf\u00E9", "cafe"},
+      {"\u0142\u00F3d\u017A", "lodz"},
+      {"sm\u00F8rrebr\u00F8d", "smorrebrod"},
+      {"\u03BF\u03B4\u03CC\u03C3", "\u03BF\u03B4\u03BF\u03C3"},
+      {"\u0451\u043B\u043A\u0430", "\u0435\u043B\u043A\u0430"},
+      {"\u043C\u043E\u0439", "\u043C\u043E\u0439"},
+      {"\u304C\u304E", "\u304C\u304E"},
+      {"\u0939\u093F\u0928\u094D\u0926\u0940", "\u0939\u093F\u0928\u094D\u0926\u0940"},
+      {"\uD55C", "\uD55C"},
+      {"plain", "plain"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(strippedText(c.word), c.base);
+}
+
+}  // namespace
+}  // namespace veska::unicode
