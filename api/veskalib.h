@@ -172,12 +172,12 @@ VESKA_API void vidxSetExactUpdate(CVeskaIndex* index, bool on);
 VESKA_API void vidxSetStatusLevel(CVeskaIndex* index, int level);
 
 /* Off by default. On, words and display text are UTF-8 whatever character set documents are in, and
- * words are runs of letters, marks and digits of any script, composed (NFC) and case-folded; runs of
- * scripts without blanks (Han, Hiragana, Katakana, Thai, Lao, Khmer) are pairs of characters. The
- * masks count for ASCII alone, word lengths and "?" for characters. More kinds of documents are
+ * words are runs of letters, marks and digits of any script, composed (NFC) and case-folded; runs
+ * of scripts without blanks (Han, Hiragana, Katakana, Thai, Lao, Khmer) are pairs of characters.
+ * The masks count for ASCII alone, word lengths and "?" for characters. More kinds of documents are
  * read, under analyzer names of their own. It belongs to the index: a host keeps it with its
  * settings, and calls this before vidxCreateAnalyzers each time. */
-VESKA_API void vidxSetUnicode(CVeskaIndex *index, bool on);
+VESKA_API void vidxSetUnicode(CVeskaIndex* index, bool on);
 
 /* vidxPrune leaves the records of this folder and of all below it as they are, as if nothing had
  * changed there (a disk that is not plugged in). May be called for several folders; null forgets
@@ -242,12 +242,12 @@ VESKA_API bool vFileNameMatch(const char* name, const char* pattern);
 /* Cuts a text of UTF-8, a term of a query say, as documents are cut. "*" and "?" are kept as
  * characters of the words. Result: the words as the word table has them, of any length, a line feed
  * behind each; null when there is no memory. Free it with vDeleteChar. */
-VESKA_API char *vidxSplitWords(CVeskaIndex *index, const char *text);
+VESKA_API char* vidxSplitWords(CVeskaIndex* index, const char* text);
 
-/* The word, folded, without its accents: "cafe" of "caf\303\251". Marks that readers take for letters
- * stay (vowel signs, voicing marks). A word that has none comes back as it is. Result: to be freed
- * with vDeleteChar; null when there is no memory. */
-VESKA_API char *vStripMarks(const char *word);
+/* The word, folded, without its accents: "cafe" of "caf\303\251". Marks that readers take for
+ * letters stay (vowel signs, voicing marks). A word that has none comes back as it is. Result: to
+ * be freed with vDeleteChar; null when there is no memory. */
+VESKA_API char* vStripMarks(const char* word);
 
 /* ---- Plain: the text cipher ---------------------------------------------------------------- */
 

@@ -199,7 +199,7 @@ class VESKA_API CVeskaIndex {
   // Settings beyond the minimum.
   bool exactNames = false;  // by setExactNames
   bool exactUpdate = false;
-  bool unicode = false;                  // words and display text are UTF-8
+  bool unicode = false;  // words and display text are UTF-8
   int statusLevel = 0;
   std::vector<std::string>
       keptTrees;         // folders that prune leaves alone with all below; none by clear

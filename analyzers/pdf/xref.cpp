@@ -111,8 +111,8 @@ bool Xref::readTableSubsections(Parser& parser,
     if (!first.isNumber() || !count.isNumber() || first.number < 0 || count.number < 0)
       return false;
     auto number = static_cast<uint64_t>(std::min(first.number, 4e18));
-    const auto end = number + static_cast<uint64_t>(std::min(count.number, 4e18));
-    for (; number < end; ++number) {
+    const auto entryCount = static_cast<uint64_t>(std::min(count.number, 4e18));
+    for (uint64_t i = 0; i < entryCount; ++i, ++number) {
       if (!reader_.budget().takeSteps(8)) return false;
       const uint64_t before = lexer.position();
       const Token offset = lexer.next();

@@ -1,8 +1,8 @@
 // Character sets: which one bytes are in, and their conversion to valid UTF-8, piece by piece.
 //
 // Which one: a byte order mark decides; then text that is UTF-16 by its shape (every other byte
-// mostly 0); then bytes that are valid UTF-8; then what the document declares; then UTF-8 but for stray
-// bytes; else Windows-1252.
+// mostly 0); then bytes that are valid UTF-8; then what the document declares; then UTF-8 but for
+// stray bytes; else Windows-1252.
 
 #ifndef VESKA_ANALYZERS_UNICODE_CHARSET_H_
 #define VESKA_ANALYZERS_UNICODE_CHARSET_H_
