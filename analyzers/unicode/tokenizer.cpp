@@ -184,7 +184,7 @@ void Tokenizer::endPairs(bool goesOn) {
 }
 
 void Tokenizer::give(const char32_t* characters, size_t count, bool isPair) {
-  unsigned char small[kMaxCharacterBytes * 2 + 1];
+  unsigned char small[kMaxCharacterBytes * 2 + 1] = {};
   std::string large;
   unsigned char* bytes = small;
   if (count > 2) {
