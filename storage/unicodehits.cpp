@@ -27,8 +27,7 @@ bool isWildcard(char32_t c) { return c == '*' || c == '?'; }
 
 UnicodeHits::UnicodeHits(const CVeskaIndex& index, std::string_view text, std::string query,
                          int defaultDistance)
-    : index_(index),
-      scanner_(index),
+    : scanner_(index),
       begin_(text.data()),
       end_(text.data() + text.size()),
       query_(std::move(query)) {

@@ -50,7 +50,6 @@ class UnicodeHits : public HitFinder {
   const char* renderedFrom(const char* start) const;
   const char* placeOf(const char* rendered) const;
 
-  const CVeskaIndex& index_;
   const veska::unicode::WordScanner scanner_;
   const char* const begin_;
   const char* const end_;

@@ -279,7 +279,7 @@ std::string chooseCharset(std::string_view head, std::string_view declared, size
   }
   const bool ascii = isAscii(head);
   if (!ascii && looksLikeUtf8(head)) return std::string(kUtf8);
-  const std::string name = usedName(declared);
+  std::string name = usedName(declared);
   if (!name.empty() && !is16Or32Bit(name) && isKnown(name)) return name;
   return std::string(ascii || isMostlyUtf8(head) ? kUtf8 : kWindows1252);
 }

@@ -43,7 +43,7 @@ Tokenizer::Tokenizer(const CVeskaIndex& index, WordLengths lengths, WordTaker& t
     folded_[byte] = foldByte(static_cast<char>(byte));
   }
   std::fill(classOf_ + 0x80, classOf_ + 0x100, kMany);
-  if (wildcards) classOf_['*'] = classOf_['?'] = kStarts | kContinues;
+  if (wildcards) classOf_[size_t{'*'}] = classOf_[size_t{'?'}] = kStarts | kContinues;
 }
 
 bool Tokenizer::text(std::string_view utf8) {
@@ -184,7 +184,7 @@ void Tokenizer::endPairs(bool goesOn) {
 }
 
 void Tokenizer::give(const char32_t* characters, size_t count, bool isPair) {
-  unsigned char small[kMaxCharacterBytes * 2 + 1];
+  unsigned char small[kMaxCharacterBytes * 2 + 1] = {};
   std::string large;
   unsigned char* bytes = small;
   if (count > 2) {

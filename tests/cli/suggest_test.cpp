@@ -15,7 +15,7 @@ size_t slowDistance(std::string_view a, std::string_view b) {
   const std::string_view b1 = b.substr(0, b.size() - 1);
   size_t least = std::min(
       {slowDistance(a1, b) + 1, slowDistance(a, b1) + 1, slowDistance(a1, b1) + (same ? 0 : 1)});
-  if (a1.size() > 0 && b1.size() > 0 && a.back() == b1.back() && a1.back() == b.back()) {
+  if (!a1.empty() && !b1.empty() && a.back() == b1.back() && a1.back() == b.back()) {
     const std::string_view a2 = a1.substr(0, a1.size() - 1);
     least = std::min(least, slowDistance(a2, b1.substr(0, b1.size() - 1)) + 1);
   }
