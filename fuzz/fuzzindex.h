@@ -23,7 +23,10 @@ class FuzzIndex {
  public:
   FuzzIndex() : folder_(std::filesystem::temp_directory_path() / "veska-fuzz-XXXXXX") {
     if (mkdtemp(folder_.data()) == nullptr) std::abort();
-    index_ = vCreateNewIndex(true, (folder_ + "/").c_str());
+    // So deep that its configuration directory is the folder.
+    const std::string indexPath = folder_ + "/a/b/index/";
+    std::filesystem::create_directories(indexPath);
+    index_ = vCreateNewIndex(true, indexPath.c_str());
     if (index_ == nullptr) std::abort();
     for (int b = 1; b < 256; ++b) {
       const bool letter = (b < 128 && isalnum(b) != 0) || b >= 0xC0;
@@ -42,6 +45,7 @@ class FuzzIndex {
     std::filesystem::remove_all(folder_);
   }
 
+  CVeskaIndex* get() const { return index_; }
   CFileAnalyzer& analyzer(const char* name) { return *index_->analyzerNamed(name); }
 
   // Before the tables grow without end.

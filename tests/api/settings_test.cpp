@@ -1,0 +1,93 @@
+#include <cmath>
+#include <limits>
+
+#include "tests/support/indextest.h"
+
+namespace veska::test {
+namespace {
+
+using Settings = IndexTest;
+
+TEST_F(Settings, ReachTheirFields) {
+  const IndexPtr index = newIndex();
+  CVeskaIndex* i = index.get();
+  vidxSetMinWordLength(i, 9);
+  vidxSetMaxWordLength(i, 5);
+  vidxSetMaxPerFileRead(i, 7000000000);
+  vidxSetUseRanking(i, false);
+  vidxSetTrackAll(i, false);
+  vidxSetIsUpdate(i, true);
+  vidxSetShowStatus(i, true);
+  vidxSetNumberHandling(i, 3);
+  vidxSetInternationalChar(i, 4);
+  vidxSetSavePassword(i, true);
+  vidxSetSkipFilePath(i, "/skip");
+  vidxSetTemporaryDirectory(i, "/temp");
+  vidxSetExactUpdate(i, true);
+  vidxSetStatusLevel(i, 2);
+  EXPECT_EQ(i->minWordLength, 9);
+  EXPECT_EQ(i->maxWordLength, 5);
+  EXPECT_EQ(i->maxPerFileRead, 7000000000U);
+  EXPECT_FALSE(i->useRanking || i->trackAll);
+  EXPECT_TRUE(i->isUpdate && i->showStatus && i->savePassword && i->exactUpdate);
+  EXPECT_EQ(i->numberHandling, 3);
+  EXPECT_EQ(i->internationalChar, 4);
+  EXPECT_EQ(i->skipFilePath, "/skip");
+  EXPECT_EQ(i->temporaryDirectory, "/temp");
+  EXPECT_EQ(i->statusLevel, 2);
+  i->clear();
+  EXPECT_TRUE(i->useRanking && i->trackAll && !i->isUpdate);
+  EXPECT_EQ(i->minWordLength + i->maxWordLength + i->numberHandling, 19);
+  EXPECT_EQ(i->words, nullptr);
+}
+
+TEST_F(Settings, CountersAreTheHosts) {
+  const IndexPtr index = newIndex();
+  const struct {
+    void (*set)(CVeskaIndex*, unsigned long);
+    unsigned long (*get)(CVeskaIndex*);
+  } counters[] = {{vidxSetDirectoriesRead, vidxGetDirectoriesRead},
+                  {vidxSetFilesIndexed, vidxGetFilesIndexed},
+                  {vidxSetContentsIndexed, vidxGetContentsIndexed},
+                  {vidxSetWordsIndexed, vidxGetWordsIndexed}};
+  unsigned long value = 41;
+  for (const auto& counter : counters) counter.set(index.get(), value++);
+  value = 41;
+  for (const auto& counter : counters) EXPECT_EQ(counter.get(index.get()), value++);
+  vidxSetBytesRead(index.get(), 1e18);
+  EXPECT_EQ(vidxGetBytesRead(index.get()), 1e18);
+  document("a.txt", "alpha ");
+  indexDocs(index.get());
+  EXPECT_EQ(vidxGetDirectoriesRead(index.get()), 42U);
+  EXPECT_EQ(vidxGetWordsIndexed(index.get()), 45U);
+}
+
+TEST_F(Settings, TimesCrossTheInterfaceInSecondsSince1904) {
+  const IndexPtr index = newIndex();
+  constexpr double kEpoch = 2082844800.0;
+  CFileStorage* files = vidxGetFiles(index.get());
+  const auto id = vfsAddFile(files, "a");
+  void* record = vfsGetInfo(files, id);
+  EXPECT_EQ(vfiGetFileTimeLastWritten(record), kEpoch) << "a time of 0";
+  const struct {
+    double in, out;
+  } times[] = {{kEpoch + 10.9, kEpoch + 10}, {kEpoch - 10.9, kEpoch - 10}, {kEpoch, kEpoch},
+               {kEpoch - 0.5, kEpoch}, {0, 0}, {1e300, kEpoch + 2147483647.0},
+               {-1e300, kEpoch - 2147483648.0},
+               {std::numeric_limits<double>::infinity(), kEpoch + 2147483647.0}};
+  for (const auto& t : times) {
+    vfiSetFileTimeLastWritten(record, t.in);
+    EXPECT_EQ(vfiGetFileTimeLastWritten(record), t.out) << t.in;
+  }
+  vfiSetFileTimeLastWritten(record, std::nan(""));
+  vfiMarkFileObsolete(record);
+  EXPECT_STREQ(vfiGetFileName(record), "\xFF");
+  vidxSetTimeBase(index.get(), kEpoch);
+  EXPECT_EQ(index->timeBase, 0);
+  vidxSetTimeBase(index.get(), kEpoch - 7.5);
+  EXPECT_EQ(index->timeBase, -7);
+  for (const double wild : {1e300, -1e300, std::nan("")}) vidxSetTimeBase(index.get(), wild);
+}
+
+}  // namespace
+}  // namespace veska::test
