@@ -8,7 +8,8 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static veska::fuzz::FuzzIndex index;
   const std::string file = index.get()->configurationDirectory() + "externanalyzers.txt";
-  std::ofstream(file, std::ios::binary).write(reinterpret_cast<const char*>(data), static_cast<long>(size));
+  std::ofstream(file, std::ios::binary)
+      .write(reinterpret_cast<const char*>(data), static_cast<long>(size));
   veska::test::attempt([&] { vidxCreateAnalyzers(index.get()); });
   if (!index.get()->analyzerNamed("macroman")) std::abort();
   for (const auto& [name, analyzer] : index.get()->analyzers) {

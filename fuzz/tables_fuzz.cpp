@@ -1,5 +1,5 @@
-// Damaged tables: the input is a list of changes, 6 bytes each, to the files of a small index: which
-// file, where, and what (a byte, a number, or where the file is cut).
+// Damaged tables: the input is a list of changes, 6 bytes each, to the files of a small index:
+// which file, where, and what (a byte, a number, or where the file is cut).
 
 #include <fstream>
 #include <iterator>
@@ -44,7 +44,8 @@ class Tables {
           file.resize(at);
           break;
         default:
-          if (at + 3 <= file.size()) file.replace(at, 3, reinterpret_cast<const char*>(data + 3), 3);
+          if (at + 3 <= file.size())
+            file.replace(at, 3, reinterpret_cast<const char*>(data + 3), 3);
       }
     }
     for (const std::string& file : files) {

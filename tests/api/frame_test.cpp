@@ -58,7 +58,8 @@ TEST_F(Frame, UnguardedCallsLetTheErrorPass) {
   }
   std::string links = table("links");
   const IndexPtr index = reopen();
-  EXPECT_EQ(raised([&] { vflGetNextList(vidxGetLinks(index.get()), 0xFFFFFFFF); }), "AssertionFailed:");
+  EXPECT_EQ(raised([&] { vflGetNextList(vidxGetLinks(index.get()), 0xFFFFFFFF); }),
+            "AssertionFailed:");
 }
 
 TEST_F(Frame, RawWriteGoesToDescriptorOne) {

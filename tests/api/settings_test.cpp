@@ -71,8 +71,12 @@ TEST_F(Settings, TimesCrossTheInterfaceInSecondsSince1904) {
   EXPECT_EQ(vfiGetFileTimeLastWritten(record), kEpoch) << "a time of 0";
   const struct {
     double in, out;
-  } times[] = {{kEpoch + 10.9, kEpoch + 10}, {kEpoch - 10.9, kEpoch - 10}, {kEpoch, kEpoch},
-               {kEpoch - 0.5, kEpoch}, {0, 0}, {1e300, kEpoch + 2147483647.0},
+  } times[] = {{kEpoch + 10.9, kEpoch + 10},
+               {kEpoch - 10.9, kEpoch - 10},
+               {kEpoch, kEpoch},
+               {kEpoch - 0.5, kEpoch},
+               {0, 0},
+               {1e300, kEpoch + 2147483647.0},
                {-1e300, kEpoch - 2147483648.0},
                {std::numeric_limits<double>::infinity(), kEpoch + 2147483647.0}};
   for (const auto& t : times) {

@@ -8,9 +8,8 @@ using Link = std::pair<uint32_t, int>;
 using Chunks = std::vector<std::vector<Link>>;
 
 // The links of a word in the saved table, newest chunk first.
-#define EXPECT_LINKS(index, word, ...)                                                     \
-  EXPECT_EQ(chunksOf(table("links"), wordOf((index), (word)).chunk), (Chunks __VA_ARGS__)) \
-      << (word)
+#define EXPECT_LINKS(index, word, ...) \
+  EXPECT_EQ(chunksOf(table("links"), wordOf((index), (word)).chunk), (Chunks __VA_ARGS__)) << (word)
 
 TEST_F(Compaction, BytesOfChunks) {
   for (const bool ranking : {true, false}) {
@@ -35,7 +34,8 @@ TEST_F(Compaction, BytesOfChunks) {
     const std::string expected = entry(300, 1) + entry(200, 1) + entry(100, 1) + entry(0, 0) +
                                  bytesOf(0) + entry(100, 0) + entry(0, 0) + bytesOf(0);
     EXPECT_EQ(index->links->usedBytes(), 20 + expected.size());
-    EXPECT_EQ(std::string(static_cast<char*>(index->links->getPointer(20)), expected.size()), expected);
+    EXPECT_EQ(std::string(static_cast<char*>(index->links->getPointer(20)), expected.size()),
+              expected);
     const uint32_t second = 20 + 4 * (ranking ? 5 : 4) + 4;
     EXPECT_EQ(wordOf(index.get(), "three"), (Word{400, ranking ? 1U : 0U, 20, 0}));
     EXPECT_EQ(wordOf(index.get(), "one"), (Word{200, 0, second, 0}));
@@ -94,7 +94,9 @@ TEST_F(Compaction, LinksOfTheLastSeenFileArePassedOver) {
 TEST_F(Compaction, ManyWordsAndFilesKeepEveryPairing) {
   const IndexPtr index = newIndex();
   vidxNewFileLinks(index.get());
-  const auto occurs = [](uint32_t file, int word) { return file % static_cast<uint32_t>(word) == 0; };
+  const auto occurs = [](uint32_t file, int word) {
+    return file % static_cast<uint32_t>(word) == 0;
+  };
   for (uint32_t file = 100; file < 2100; ++file) {
     for (int word = 1; word <= 12; ++word) {
       for (uint32_t i = 0; occurs(file, word) && i <= file % 3; ++i) {

@@ -54,7 +54,8 @@ TEST_F(Directory, RecordsFoldersByPathAndFilesByNameWithTimeAndSize) {
 
 // Every kind of entry in one folder, walked with the settings of each case.
 TEST_F(Directory, TakesWhatTheSettingsAskFor) {
-  for (const char* name : {"a.txt", "b.bin", ".profile", "..x", "no/c.txt", "yes/d.txt", "x.txt.no"}) {
+  for (const char* name :
+       {"a.txt", "b.bin", ".profile", "..x", "no/c.txt", "yes/d.txt", "x.txt.no"}) {
     document(name, "word ");
   }
   document("with\nnewline \xFF.txt", "word ");
@@ -118,10 +119,10 @@ TEST_F(Directory, UpdatingFollowsLinksAndTakesOnlyWhatIsNew) {
   ASSERT_EQ(symlink("nowhere", (docs() + "/dangling.txt").c_str()), 0);
   exclude(index.get(), "*/no.*");
   index->updateDirectory(docs().c_str(), top);
-  EXPECT_EQ(recordsOf(index.get()),
-            (Texts{"", "a.txt", "elsewhere", "elsewhere/c.txt", "fresh", "fresh/deep",
-                   "fresh/deep/f.txt", "linked", "linked/c.txt", "new.bin", "new.txt", "old",
-                   "old/b.txt"}))
+  EXPECT_EQ(
+      recordsOf(index.get()),
+      (Texts{"", "a.txt", "elsewhere", "elsewhere/c.txt", "fresh", "fresh/deep", "fresh/deep/f.txt",
+             "linked", "linked/c.txt", "new.bin", "new.txt", "old", "old/b.txt"}))
       << "a known folder is not entered, an excluded file not recorded, a link followed";
   EXPECT_EQ(wordOf(index.get(), "changed").lastFile, 0U);
   EXPECT_NE(wordOf(index.get(), "eta").lastFile, 0U);

@@ -17,7 +17,8 @@ class Pruning : public IndexTest {
 };
 
 TEST_F(Pruning, MarksWhatVanishedAndIndexesAnewWhatChanged) {
-  for (const char* name : {"gone.txt", "kept.txt", "same.txt", "sub/x.txt", "b.bin", "vanished/y.txt"}) {
+  for (const char* name :
+       {"gone.txt", "kept.txt", "same.txt", "sub/x.txt", "b.bin", "vanished/y.txt"}) {
     document(name, "before ", 1000);
   }
   setTime(docs() + "/sub", 1000);
@@ -45,7 +46,9 @@ TEST_F(Pruning, MarksWhatVanishedAndIndexesAnewWhatChanged) {
   };
   EXPECT_EQ(has("!\xFFone.txt"), 1);
   EXPECT_EQ(has("!\xFF" + docs().substr(1) + "/vanished"), 1);
-  EXPECT_EQ(has("!\xFF" "ept.txt"), 1);
+  EXPECT_EQ(has("!\xFF"
+                "ept.txt"),
+            1);
   EXPECT_EQ(has("kept.txt"), 1);
   EXPECT_EQ(has("same.txt"), 1) << "its time is not later than the reference";
   EXPECT_EQ(has("sub/new.txt"), 1) << "its folder is newer";
@@ -92,7 +95,8 @@ TEST_F(Pruning, MembersOfFilesArePassedOver) {
   const auto top = indexDocs(index.get());
   CFileStorage* files = vidxGetFiles(index.get());
   const auto member = vfsAddFile(files, "member");
-  vfiSetFileParentID(vfsGetInfo(files, member), static_cast<uint32_t>(vfsLookupFile(files, "a.txt", top)));
+  vfiSetFileParentID(vfsGetInfo(files, member),
+                     static_cast<uint32_t>(vfsLookupFile(files, "a.txt", top)));
   prune(index.get(), 0);
   EXPECT_STREQ(vfiGetFileName(vfsGetInfo(files, member)), "member");
 }
@@ -108,7 +112,8 @@ TEST_F(Pruning, BrokenParentIsToldAndWrittenDown) {
   EXPECT_EQ(prune(index.get(), 2000), Texts{"throw:PruneParentError:"});
   std::filesystem::current_path(here);
   char expected[200];
-  std::snprintf(expected, sizeof expected, "Name a.txt\nFile %lx\npFileInfo->m_nParent 7fff0000\n", a);
+  std::snprintf(expected, sizeof expected, "Name a.txt\nFile %lx\npFileInfo->m_nParent 7fff0000\n",
+                a);
   EXPECT_EQ(readFile(path("deadveska.txt")).substr(0, std::string(expected).size()), expected);
 }
 

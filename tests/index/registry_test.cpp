@@ -23,8 +23,8 @@ class Registry : public IndexTest {
 
 TEST_F(Registry, HoldsTheBuiltInAnalyzers) {
   const IndexPtr index = newIndex();
-  for (const char* name : {"generic", "macroman", "dosoem", "html", "rtf", "zip", "pdf", "tar",
-                           "gzip", "mbox"}) {
+  for (const char* name :
+       {"generic", "macroman", "dosoem", "html", "rtf", "zip", "pdf", "tar", "gzip", "mbox"}) {
     EXPECT_NE(index->analyzerNamed(name), nullptr) << name;
   }
   index->clearAnalyzers();
@@ -69,7 +69,8 @@ TEST_F(Registry, FileOf65535BytesIsRefusedAndTheBuiltInAnalyzersStay) {
   EXPECT_EQ(externals(bytes), Texts{"ps"});
   writeFile(file, bytes + "\n");
   const IndexPtr index(vCreateNewIndex(true, indexPath().c_str()));
-  EXPECT_EQ(raised([&] { vidxCreateAnalyzers(index.get()); }), "externalAnalyzersFileTooBig:" + file);
+  EXPECT_EQ(raised([&] { vidxCreateAnalyzers(index.get()); }),
+            "externalAnalyzersFileTooBig:" + file);
   EXPECT_NE(index->analyzerNamed("generic"), nullptr);
   EXPECT_EQ(index->analyzerNamed("ps"), nullptr);
 }

@@ -147,8 +147,9 @@ TEST_F(TablesCorrupt, NumbersReplaced) {
     std::advance(it, random() % good().size());
     std::string bad = it->second;
     const size_t end = it->first == "hash" ? bad.size() : TableHeader(bad).used;
-    const uint32_t values[] = {0, 1, 15, 16, 20, 36, 0x7FFFFFFF, 0xFFFFFFFF, 0xFFFFFFEC,
-                               static_cast<uint32_t>(random() % (end + 8))};
+    const uint32_t values[] = {
+        0,  1,          15,         16,         20,
+        36, 0x7FFFFFFF, 0xFFFFFFFF, 0xFFFFFFEC, static_cast<uint32_t>(random() % (end + 8))};
     const size_t at = random() % 3 == 0 ? random() % 64 : random() % (end - 4);
     putU32(bad, at, values[random() % std::size(values)]);
     expectSurvival(it->first, bad, "number at " + std::to_string(at) + ", seed 99");

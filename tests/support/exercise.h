@@ -1,5 +1,5 @@
-// Everything that a host may do with an opened index, done once: for damaged tables, where each step
-// must end in an error or an answer.
+// Everything that a host may do with an opened index, done once: for damaged tables, where each
+// step must end in an error or an answer.
 #ifndef VESKA_TESTS_SUPPORT_EXERCISE_H_
 #define VESKA_TESTS_SUPPORT_EXERCISE_H_
 
