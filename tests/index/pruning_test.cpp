@@ -112,7 +112,7 @@ TEST_F(Pruning, BrokenParentIsToldAndWrittenDown) {
   EXPECT_EQ(prune(index.get(), 2000), Texts{"throw:PruneParentError:"});
   std::filesystem::current_path(here);
   char expected[200];
-  std::snprintf(expected, sizeof expected, "Name a.txt\nFile %lx\npFileInfo->m_nParent 7fff0000\n",
+  std::snprintf(expected, sizeof expected, "Name a.txt\nnFile %lx\npFileInfo->m_nParent 7fff0000\n",
                 a);
   EXPECT_EQ(readFile(path("deadveska.txt")).substr(0, std::string(expected).size()), expected);
 }

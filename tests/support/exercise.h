@@ -36,12 +36,16 @@ class StepLimit {
   int steps_ = 0;
 };
 
+// As every host should: a chunk that does not lie before the one that names it is damage.
 inline void readLinks(CFileLinks* links, uint32_t position) {
-  uint32_t cursor[2] = {position, 0};
-  for (StepLimit limit; cursor[0] != 0;) {
+  StepLimit limit;
+  while (position != 0) {
+    uint32_t cursor[2] = {position, 0};
     do limit.step();
     while (vflGetFile(links, cursor) != 0);
-    cursor[0] = static_cast<uint32_t>(vflGetNextList(links, cursor[0]));
+    const auto next = static_cast<uint32_t>(vflGetNextList(links, cursor[0]));
+    if (next >= position) return;
+    position = next;
   }
 }
 
