@@ -126,6 +126,20 @@ TEST_F(Tar, ACopyHasThePaddedLength) {
   EXPECT_EQ(readFile(path("show")), "512\n");
 }
 
+TEST_F(Tar, UnicodeTextIsReadAsInAFileOfItsOwn) {
+  using namespace std::string_literals;
+  index().unicode = true;
+  index().createAnalyzers();
+  include({{"*.txt", "generic"}, {"*.tar", "tar"}});
+  const std::string text = "\xFF\xFEg\0r\0\xFC\0n\0 \0"s;
+  EXPECT_TRUE(indexNew("a.txt", text));
+  const unsigned long words = index().wordsIndexed;
+  EXPECT_EQ(words, 1U);
+  EXPECT_TRUE(indexNew("a.tar", tarMember("in.txt", text) + tarEnd()));
+  EXPECT_EQ(index().wordsIndexed, words);
+  EXPECT_EQ(seenIn(index().words->getText(index().words->getFirst())), "a.tar//in.txt");
+}
+
 TEST_F(Tar, DamageAnywhereIsSurvived) {
   const std::string sound = tarMember("a.txt", "alpha ") +
                             tarMember("b.tar", tarMember("c.txt", "delta ") + tarEnd()) + tarEnd();

@@ -5,9 +5,10 @@
 #include <algorithm>
 #include <memory>
 #include <random>
-#include <regex>
 #include <set>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "host/query.h"
@@ -84,10 +85,13 @@ class Oracle {
     return node;
   }
 
-  static bool matches(const std::string& word, const std::string& term) {
-    std::string pattern;
-    for (const char c : term) pattern += c == '*' ? ".*" : c == '?' ? "." : std::string(1, c);
-    return std::regex_match(word, std::regex(pattern));
+  static bool matches(std::string_view word, std::string_view term) {
+    if (term.empty()) return word.empty();
+    if (term[0] == '*') {
+      return matches(word, term.substr(1)) || (!word.empty() && matches(word.substr(1), term));
+    }
+    return !word.empty() && (term[0] == '?' || term[0] == word[0]) &&
+           matches(word.substr(1), term.substr(1));
   }
 
   static bool holds(const Node& node, const Words& words) {
