@@ -22,13 +22,17 @@ void addDescriptors(std::vector<std::string>& resources) {
 }
 
 // Mapped files, each counted once: its sections move and merge as pages are protected. Shared
-// libraries are not of interest, as the first use of some function may load one.
+// libraries and the tables of iconv are not of interest, as the first use of some function may load
+// them for good.
 void addMappings(std::vector<std::string>& resources) {
   std::vector<std::string> mapped;
   std::ifstream maps("/proc/self/maps");
   for (std::string line; std::getline(maps, line);) {
     const auto slash = line.find('/');
-    if (slash == std::string::npos || line.find(".so", slash) != std::string::npos) continue;
+    if (slash == std::string::npos || line.find(".so", slash) != std::string::npos ||
+        line.find("/gconv", slash) != std::string::npos) {
+      continue;
+    }
     mapped.push_back("mapped: " + line.substr(slash));
   }
   std::sort(mapped.begin(), mapped.end());
