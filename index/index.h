@@ -83,7 +83,7 @@ class VESKA_API CVeskaIndex {
   // ignored. Raises "AssertionFailed" without a word-link table, and what the tables raise.
   void indexWord(const char* word, unsigned long fileId);
   // As above, with hash = hashText(word) already known.
-  void indexWord(const char* word, uint32_t hash, unsigned long fileId);
+  void indexWord(const char* word, size_t length, uint32_t hash, unsigned long fileId);
 
   // Id of a skip word, added when it is new.
   unsigned long indexExcludedWord(const char* word);

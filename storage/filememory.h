@@ -80,7 +80,9 @@ class VESKA_API CFileMemory {
 
   // Raises "MemFileExtendFail" (the size that size more bytes would need) when the table is mapped
   // read-only: to be asked before anything is written.
-  void requireWritable(uint64_t size) const;
+  void requireWritable(uint64_t size) const {
+    if (mapped_ && !writable_) refuseToWrite(size);
+  }
 
   bool isWritable() const { return mapped_ && writable_; }
   uint32_t usedBytes() const { return used_; }
@@ -104,6 +106,7 @@ class VESKA_API CFileMemory {
  private:
   CFileMemory();
 
+  [[noreturn]] void refuseToWrite(uint64_t size) const;
   uint64_t grownSize(uint64_t needed) const;
   void grow(uint64_t newSize);
   void extendFile(uint64_t newSize);

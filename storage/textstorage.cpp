@@ -14,7 +14,6 @@
 namespace {
 
 constexpr uint32_t kTextStorageMagic = 12350001;
-constexpr uint32_t kLinkBytes = 4;
 constexpr uint32_t kMaxDataBytes = 1 << 16;
 
 }  // namespace
@@ -70,6 +69,15 @@ unsigned long CTextStorage::lookup(const char* text, uint32_t hash) const {
   return 0;
 }
 
+unsigned long CTextStorage::lookupOrAddSlowly(const char* text, size_t length, uint32_t hash,
+                                              bool& added) {
+  unsigned long id = lookup(text, hash);
+  added = id == 0;
+  if (added) id = addText(text, hash);
+  recentIn(mappingCount()).keep(text, length, hash, static_cast<uint32_t>(id));
+  return id;
+}
+
 unsigned long CTextStorage::getHash(const char* text) const {
   return bucketCount_ ? hashText(text) % bucketCount_ : 0;
 }
@@ -120,12 +128,6 @@ char* CTextStorage::getText(unsigned long id) const {
   const uint32_t bound = bytesFrom(static_cast<uint32_t>(id));
   if (boundedLength(text, bound) == bound) throwVeskaError("AssertionFailed", {});
   return text;
-}
-
-void* CTextStorage::getData(unsigned long id) const {
-  const auto text = static_cast<uint32_t>(id);
-  if (text < kHeaderBytes + prefixSize_ || !getPointer(text)) return nullptr;
-  return nextField(text) + kLinkBytes;
 }
 
 bool CTextStorage::store(FILE* stream) const {
