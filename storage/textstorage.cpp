@@ -23,8 +23,7 @@ CTextStorage::CTextStorage(std::string path, unsigned long initialSize,
                            unsigned long hashSize)
     : CFileMemory(std::move(path), initialSize, growthIncrement),
       prefixSize_(dataSize + kLinkBytes),
-      buckets_(std::make_unique<uint32_t[]>(hashSize)),
-      bucketCount_(static_cast<uint32_t>(hashSize)) {}
+      buckets_(static_cast<uint32_t>(hashSize)) {}
 
 CTextStorage::CTextStorage(std::string path, FILE* hashFile) : CFileMemory(path) {
   if (headerDamaged() || !read(hashFile)) throwVeskaError("StorageReadError", path);
@@ -48,7 +47,7 @@ unsigned long CTextStorage::lookup(const char* text) const { return lookup(text,
 unsigned long CTextStorage::addText(const char* text, uint32_t hash) {
   const size_t length = std::strlen(text);
   requireWritable(length + 1 + prefixSize_);
-  if (entryCount_ + 1 > bucketCount_) reHash(entryCount_ + 1);
+  if (entryCount_ + 1 > buckets_.count()) reHash(entryCount_ + 1);
   const auto start = static_cast<uint32_t>(getNewSpace(length + 1 + prefixSize_));
   ++entryCount_;
   const uint32_t id = start + prefixSize_;
@@ -58,8 +57,8 @@ unsigned long CTextStorage::addText(const char* text, uint32_t hash) {
 }
 
 unsigned long CTextStorage::lookup(const char* text, uint32_t hash) const {
-  if (bucketCount_ == 0) return 0;
-  uint32_t id = buckets_[hash % bucketCount_];
+  if (buckets_.count() == 0) return 0;
+  uint32_t id = buckets_[hash % buckets_.count()];
   for (uint32_t from = 0; id != 0; from = id, id = loadU32(nextField(id))) {
     id = checkedLink(from, id);
     const TextOrder order = compareStored(at(id), bytesFrom(id), text, true);
@@ -79,7 +78,7 @@ unsigned long CTextStorage::lookupOrAddSlowly(const char* text, size_t length, u
 }
 
 unsigned long CTextStorage::getHash(const char* text) const {
-  return bucketCount_ ? hashText(text) % bucketCount_ : 0;
+  return buckets_.count() ? hashText(text) % buckets_.count() : 0;
 }
 
 void CTextStorage::addHash(const char* text, unsigned long id) {
@@ -87,7 +86,7 @@ void CTextStorage::addHash(const char* text, unsigned long id) {
 }
 
 void CTextStorage::chain(uint32_t id, uint32_t hash) {
-  uint32_t& head = buckets_[hash % bucketCount_];
+  uint32_t& head = buckets_[hash % buckets_.count()];
   if (head == 0) {
     head = id;
     return;
@@ -101,10 +100,9 @@ void CTextStorage::reHash() { reHash(entryCount_); }
 
 void CTextStorage::reHash(uint32_t entries) {
   requireWritable(0);
-  uint64_t count = bucketCount_ ? bucketCount_ : 1;
+  uint64_t count = buckets_.count() ? buckets_.count() : 1;
   while (count < entries) count *= 2;
-  buckets_ = std::make_unique<uint32_t[]>(count);
-  bucketCount_ = static_cast<uint32_t>(count);
+  buckets_ = BucketArray(static_cast<uint32_t>(count));
   for (auto id = getFirst(); id; id = getNext(id))
     storeU32(nextField(static_cast<uint32_t>(id)), 0);
   for (auto id = getFirst(); id; id = getNext(id)) addHash(getText(id), id);
@@ -132,7 +130,8 @@ char* CTextStorage::getText(unsigned long id) const {
 
 bool CTextStorage::store(FILE* stream) const {
   return writeU32(stream, kTextStorageMagic) && writeU32(stream, prefixSize_) &&
-         writeU32(stream, entryCount_) && writeHashEntries(stream, buckets_.get(), bucketCount_);
+         writeU32(stream, entryCount_) &&
+         writeHashEntries(stream, buckets_.data(), buckets_.count());
 }
 
 bool CTextStorage::read(FILE* stream) {
@@ -143,10 +142,7 @@ bool CTextStorage::read(FILE* stream) {
   if (!readU32(stream, prefix) || prefix < kLinkBytes || prefix > kLinkBytes + kMaxDataBytes)
     return false;
   if (!readU32(stream, entries)) return false;
-  unsigned long count = 0;
-  buckets_ = readHashEntries(stream, count);
-  bucketCount_ = static_cast<uint32_t>(count);
   prefixSize_ = prefix;
   entryCount_ = entries;
-  return buckets_ != nullptr;
+  return buckets_.read(stream);
 }

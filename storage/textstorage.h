@@ -16,9 +16,9 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <memory>
 #include <string>
 
+#include "storage/bucketarray.h"
 #include "storage/filememory.h"
 #include "storage/textcache.h"
 
@@ -102,8 +102,7 @@ class VESKA_API CTextStorage : public CFileMemory {
   char* nextField(uint32_t id) const;
 
   uint32_t prefixSize_ = 4;
-  std::unique_ptr<uint32_t[]> buckets_;
-  uint32_t bucketCount_ = 0;
+  BucketArray buckets_;
   uint32_t entryCount_ = 0;
   TextCache recent_;
   uint32_t recentMapping_ = 0;
