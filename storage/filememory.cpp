@@ -193,6 +193,12 @@ bool CFileMemory::mapFile(int openFlags) {
   return true;
 }
 
+void CFileMemory::expectScan() const {
+#ifdef MADV_POPULATE_READ
+  if (mapped_) madvise(base_, used_, MADV_POPULATE_READ);
+#endif
+}
+
 bool CFileMemory::openForRead() {
   if (mapped_ && writable_) storeHeader();
   unmap();

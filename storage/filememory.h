@@ -95,6 +95,9 @@ class VESKA_API CFileMemory {
   // Counts the times that the file was mapped from disk: what was read before may differ now.
   uint32_t mappingCount() const { return mappingCount_; }
 
+  // Tells the system that all pages are about to be read.
+  void expectScan() const;
+
   // Address of an offset that is known to lie below used.
   char* at(uint32_t offset) const { return base_ + offset; }
 

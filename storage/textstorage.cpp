@@ -9,6 +9,7 @@
 
 #include "api/reporting.h"
 #include "storage/bytes.h"
+#include "storage/bytesearch.h"
 #include "storage/hashentries.h"
 
 namespace {
@@ -118,6 +119,29 @@ unsigned long CTextStorage::getNext(unsigned long id) const {
   if (!text) return 0;
   const uint64_t next = uint64_t{static_cast<uint32_t>(id)} + std::strlen(text) + 1 + prefixSize_;
   return next < usedBytes() ? next : 0;
+}
+
+// In front of each text stands the last byte of a number that is small, or of a link: a zero. From
+// a hit backward to the nearest zero is thus the text, unless the bytes hit are data, which the
+// look-up tells.
+unsigned long CTextStorage::nextContaining(unsigned long offset, std::string_view part) const {
+  if (!getPointer(kHeaderBytes)) return 0;
+  const char* const end = at(usedBytes());
+  const char* from = at(offset < kHeaderBytes ? kHeaderBytes : static_cast<uint32_t>(offset));
+  if (offset == 0) expectScan();
+  while (from < end) {
+    const char* const hit = findBytes(from, end, part);
+    if (!hit) break;
+    const char* start = hit;
+    while (start != from && start[-1] != 0) --start;
+    const char* const stop =
+        static_cast<const char*>(std::memchr(hit, 0, static_cast<size_t>(end - hit)));
+    if (!stop) throwVeskaError("AssertionFailed", {});
+    const auto id = static_cast<unsigned long>(start - at(0));
+    if (id >= kHeaderBytes + prefixSize_ && lookup(start) == id) return id;
+    from = stop;
+  }
+  return 0;
 }
 
 char* CTextStorage::getText(unsigned long id) const {

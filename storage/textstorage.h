@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "storage/bucketarray.h"
 #include "storage/filememory.h"
@@ -63,6 +64,11 @@ class VESKA_API CTextStorage : public CFileMemory {
   // does not end inside the table.
   unsigned long getFirst() const;
   unsigned long getNext(unsigned long id) const;
+
+  // Id of the first text whose bytes, part among them, lie behind offset; 0 if there is none. Texts
+  // that are not what a look-up of them finds are passed over. Raises "AssertionFailed" on damage.
+  // REQUIRES: part has two bytes or more, and no zero; offset is 0 or the end of a text.
+  unsigned long nextContaining(unsigned long offset, std::string_view part) const;
 
   // The text; null for an id out of reach. Raises "AssertionFailed" when it does not end inside the
   // table.
