@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <optional>
 #include <tuple>
@@ -27,6 +28,11 @@ size_t findPlaceholder(std::string_view command) {
 bool isRegularFile(const std::string& path) {
   struct stat status;
   return lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+uint64_t fileBytes(const std::string& path) {
+  struct stat status;
+  return stat(path.c_str(), &status) == 0 ? static_cast<uint64_t>(status.st_size) : 0;
 }
 
 // Is there output, and is it no older than its source?
@@ -116,12 +122,17 @@ bool CExternalAnalyzer::createTemporaryFile(const std::string& source,
   unlink(temporary.c_str());
   const std::string command = makeCommand(source, temporary);
   const bool done = !command.empty() && runConverter(command, temporary);
-  if (!done || !isRegularFile(temporary)) report(source);
+  if (!done || !isRegularFile(temporary))
+    report("ConverterFailed", source);
+  else if (cutToLimit(temporary))
+    report("LimitReached", source);
   return done;
 }
 
 bool CExternalAnalyzer::runConverter(const std::string& command, const std::string& temporary) {
-  switch (runShellCommand(command, index->maxConverterSeconds, index->maxMemberBytes)) {
+  // A byte more than may stay tells output that goes on from output that ends just here.
+  const uint64_t most = index->maxMemberBytes == 0 ? 0 : index->maxMemberBytes + 1;
+  switch (runShellCommand(command, index->maxConverterSeconds, most)) {
     case CommandResult::kEnded:
       return true;
     case CommandResult::kTimeUp:
@@ -132,6 +143,15 @@ bool CExternalAnalyzer::runConverter(const std::string& command, const std::stri
       index->readFailed = true;
       return false;
   }
+}
+
+// Result: the output was longer than a member may be.
+bool CExternalAnalyzer::cutToLimit(const std::string& temporary) {
+  const unsigned long most = index->maxMemberBytes;
+  if (most == 0 || fileBytes(temporary) <= most) return false;
+  ++index->limitsReached;
+  if (truncate(temporary.c_str(), static_cast<off_t>(most)) != 0) index->readFailed = true;
+  return true;
 }
 
 bool CExternalAnalyzer::indexFile(const char* path, unsigned long number) {
@@ -156,7 +176,7 @@ char* CExternalAnalyzer::fillDisplayBuffer(const char* path, unsigned long numbe
   return analyzer->fillDisplayBuffer(temporary.c_str(), number, maxBytes, lineWidth, option);
 }
 
-void CExternalAnalyzer::report(const std::string& source) const {
+void CExternalAnalyzer::report(const char* key, const std::string& source) const {
   const Expansion& expansion = index->expansion;
-  reportProblem("ConverterFailed", expansion.depth == 0 ? source : expansion.memberPath);
+  reportProblem(key, expansion.depth == 0 ? source : expansion.memberPath);
 }

@@ -23,7 +23,8 @@ class VESKA_API CExternalAnalyzer : public CFileAnalyzer {
   bool canUseIndexBuffer() override;
 
   // Converts anew. Result: what the analyzer of the output returned, false when there is none.
-  // A command that runs out of time or leaves no file is reported as "ConverterFailed".
+  // A command that runs out of time or leaves no file is reported as "ConverterFailed", output that
+  // is cut at the limit of a member as "LimitReached".
   bool indexFile(const char* path, unsigned long number) override;
 
   // As the base, from the output that was kept, unless it is older than the source. An empty text
@@ -44,7 +45,8 @@ class VESKA_API CExternalAnalyzer : public CFileAnalyzer {
   class Conversion;
 
   bool runConverter(const std::string& command, const std::string& temporary);
-  void report(const std::string& source) const;
+  bool cutToLimit(const std::string& temporary);
+  void report(const char* key, const std::string& source) const;
 
   std::string outputExtension_;
   std::string commandHead_;

@@ -24,8 +24,11 @@ constexpr Field kSize{124, 12};
 constexpr Field kTime{136, 12};
 constexpr size_t kKind = 156;
 
-// A big-endian two's complement number below the mark bit 0x80; values out of reach become the
-// nearest in reach.
+constexpr unsigned char kBinary = 0x80;
+constexpr unsigned char kNegativeBinary = 0xFF;
+
+// A big-endian two's complement number below the mark bit; values out of reach become the nearest
+// in reach.
 int64_t readBinary(const unsigned char* field, size_t bytes) {
   using Limits = std::numeric_limits<int64_t>;
   int64_t value = (field[0] & 0x7F) - (field[0] & 0x40 ? 0x80 : 0);
@@ -41,7 +44,7 @@ int64_t readBinary(const unsigned char* field, size_t bytes) {
 // ignored.
 int64_t readNumber(const char* header, Field field) {
   const auto* at = reinterpret_cast<const unsigned char*>(header) + field.offset;
-  if (at[0] & 0x80) return readBinary(at, field.bytes);
+  if (at[0] == kBinary || at[0] == kNegativeBinary) return readBinary(at, field.bytes);
   const auto isDigit = [](unsigned char c) { return c >= '0' && c <= '7'; };
   const auto* const end = at + field.bytes;
   int64_t value = 0;

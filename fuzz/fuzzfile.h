@@ -1,8 +1,8 @@
-// What the fuzz targets of document readers share: an index in a folder of its own, and a file that
-// holds the input.
-#pragma once
+// What the fuzz targets of containers share: a file that holds the input, and patterns that lead
+// from its members to their analyzers.
+#ifndef VESKA_FUZZ_FUZZFILE_H_
+#define VESKA_FUZZ_FUZZFILE_H_
 
-#include <cctype>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -13,8 +13,7 @@
 #include <string_view>
 #include <utility>
 
-#include "analyzers/fileanalyzer.h"
-#include "index/index.h"
+#include "fuzz/fuzzindex.h"
 
 namespace veska::fuzz {
 
@@ -22,31 +21,16 @@ namespace veska::fuzz {
 // milliseconds.
 class FileFuzzer {
  public:
-  FileFuzzer() {
-    const bool inMemory = std::filesystem::is_directory("/dev/shm");
-    std::string name = std::string(inMemory ? "/dev/shm" : "/tmp") + "/veska-fuzz-XXXXXX";
-    if (!mkdtemp(name.data())) std::abort();
-    folder_ = name;
-    std::filesystem::create_directory(folder_ + "/index");
-    std::filesystem::create_directory(folder_ + "/temp");
-    reset();
-  }
-  ~FileFuzzer() {
-    index_.reset();
-    std::filesystem::remove_all(folder_);
-  }
-  FileFuzzer(const FileFuzzer&) = delete;
-  FileFuzzer& operator=(const FileFuzzer&) = delete;
-
   // Indexes the bytes as a file of that name with the analyzer that the name selects, and shows the
   // first records that come out of it.
   void read(const std::string& name, std::string_view bytes) {
-    if (++reads_ % kReadsPerIndex == 0) reset();
-    const std::string path = folder_ + '/' + name;
+    if (reads_++ % kReadsPerIndex == 0) renew();
+    CVeskaIndex& index = *owner_->get();
+    const std::string path = owner_->folder() + '/' + name;
     std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<long>(bytes.size()));
-    const auto id = static_cast<uint32_t>(index_->files->addFile(name.c_str()));
-    index_->files->setInfo(id, {root_, 0, static_cast<uint32_t>(bytes.size()), 0});
-    CFileAnalyzer* analyzer = index_->analyzerThatMatches(path.c_str());
+    const auto id = static_cast<uint32_t>(index.files->addFile(name.c_str()));
+    index.files->setInfo(id, {root_, 0, static_cast<uint32_t>(bytes.size()), 0});
+    CFileAnalyzer* analyzer = index.analyzerThatMatches(path.c_str());
     analyzer->indexFile(path.c_str(), id);
     showMembers(path, id);
     char* text = analyzer->fillDisplayBuffer(path.c_str(), id, kShownBytes, 80, true);
@@ -58,44 +42,39 @@ class FileFuzzer {
   static constexpr int kShownMembers = 4;
   static constexpr unsigned long kShownBytes = 1 << 16;
 
-  void reset() {
-    index_ = std::make_unique<CVeskaIndex>(true, folder_ + "/index/");
-    index_->newFileLinks();
-    index_->temporaryDirectory = folder_ + "/temp";
-    index_->maxPerFileRead = 1 << 18;
-    index_->maxMemberBytes = 1 << 18;
-    index_->maxArchiveBytes = 1 << 20;
-    index_->maxNesting = 8;
-    for (int c = 1; c < 256; ++c) {
-      index_->setValidCharMask(c, std::isalnum(c));
-      index_->setValidTrailingMask(c, c == '\'');
-      index_->setValidViewableMask(c, c > ' ' && c != 0x7F);
-    }
-    index_->createAnalyzers();
+  void renew() {
+    owner_ = std::make_unique<FuzzIndex>();
+    CVeskaIndex& index = *owner_->get();
+    index.temporaryDirectory = owner_->folder() + "/temp";
+    std::filesystem::create_directory(index.temporaryDirectory);
+    index.maxPerFileRead = 1 << 18;
+    index.maxMemberBytes = 1 << 18;
+    index.maxArchiveBytes = 1 << 20;
+    index.maxNesting = 8;
     const std::pair<const char*, const char*> patterns[] = {
         {"*.zip", "zip"},   {"*.tar", "tar"},   {"*.gz", "gzip"}, {"*.tgz", "gzip"},
         {"*.mbox", "mbox"}, {"*.html", "html"}, {"*.rtf", "rtf"}, {"*", "generic"}};
-    index_->setIncludeCount(static_cast<int>(std::size(patterns)));
+    index.setIncludeCount(static_cast<int>(std::size(patterns)));
     int slot = 0;
     for (const auto& [pattern, analyzer] : patterns) {
-      index_->setIncludePattern(slot++, pattern, analyzer);
+      index.setIncludePattern(slot++, pattern, analyzer);
     }
-    root_ = static_cast<uint32_t>(index_->files->addFile(folder_.c_str()));
+    root_ = static_cast<uint32_t>(index.files->addFile(owner_->folder().c_str()));
   }
 
   void showMembers(const std::string& path, uint32_t container) {
+    CVeskaIndex& index = *owner_->get();
     int left = kShownMembers;
-    for (unsigned long id = container; id != 0 && left != 0; id = index_->files->getNext(id)) {
-      if (index_->files->info(static_cast<uint32_t>(id)).parent != container) continue;
-      const std::string name = index_->files->getText(id);
-      const std::string copy = index_->extractToTempFile(path.c_str(), name.c_str(), id);
+    for (unsigned long id = container; id != 0 && left != 0; id = index.files->getNext(id)) {
+      if (index.files->info(static_cast<uint32_t>(id)).parent != container) continue;
+      const std::string name = index.files->getText(id);
+      const std::string copy = index.extractToTempFile(path.c_str(), name.c_str(), id);
       if (!copy.empty()) std::filesystem::remove(copy);
       --left;
     }
   }
 
-  std::string folder_;
-  std::unique_ptr<CVeskaIndex> index_;
+  std::unique_ptr<FuzzIndex> owner_;
   uint32_t root_ = 0;
   int reads_ = 0;
 };
@@ -108,3 +87,5 @@ inline int readInput(const char* name, const uint8_t* data, size_t size) {
 }
 
 }  // namespace veska::fuzz
+
+#endif  // VESKA_FUZZ_FUZZFILE_H_

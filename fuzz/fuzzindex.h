@@ -18,10 +18,16 @@
 
 namespace veska::fuzz {
 
+// In memory where the system has a folder for that.
+inline std::filesystem::path topFolder() {
+  const char* const memory = "/dev/shm";
+  return std::filesystem::is_directory(memory) ? memory : std::filesystem::temp_directory_path();
+}
+
 // Removes its folder when the program ends.
 class FuzzIndex {
  public:
-  FuzzIndex() : folder_(std::filesystem::temp_directory_path() / "veska-fuzz-XXXXXX") {
+  FuzzIndex() : folder_(topFolder() / "veska-fuzz-XXXXXX") {
     if (mkdtemp(folder_.data()) == nullptr) std::abort();
     // So deep that its configuration directory is the folder.
     const std::string indexPath = folder_ + "/a/b/index/";
@@ -45,6 +51,10 @@ class FuzzIndex {
     std::filesystem::remove_all(folder_);
   }
 
+  FuzzIndex(const FuzzIndex&) = delete;
+  FuzzIndex& operator=(const FuzzIndex&) = delete;
+
+  const std::string& folder() const { return folder_; }
   CVeskaIndex* get() const { return index_; }
   CFileAnalyzer& analyzer(const char* name) { return *index_->analyzerNamed(name); }
 

@@ -2,14 +2,13 @@
 // display writer, whose text must be valid and within its bounds; and as a query against that text.
 
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 
 #include "analyzers/unicode/charset.h"
 #include "analyzers/unicode/displaywriter.h"
 #include "analyzers/unicode/kinds.h"
 #include "analyzers/unicode/tokenizer.h"
-#include "index/index.h"
+#include "fuzz/fuzzindex.h"
 #include "storage/unicodehits.h"
 
 using namespace veska::unicode;
@@ -21,14 +20,8 @@ void require(bool holds) {
 }
 
 CVeskaIndex& sharedIndex() {
-  static CVeskaIndex* index = [] {
-    std::string folder = (std::filesystem::temp_directory_path() / "veska-fuzz-XXXXXX").string();
-    require(mkdtemp(folder.data()) != nullptr);
-    auto* made = new CVeskaIndex(true, folder + "/");
-    for (int c = '0'; c <= 'z'; ++c) made->setValidCharMask(c, true);
-    return made;
-  }();
-  return *index;
+  static veska::fuzz::FuzzIndex index;
+  return *index.get();
 }
 
 class CheckingTaker : public WordTaker {

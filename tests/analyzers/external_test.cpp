@@ -248,6 +248,11 @@ TEST_F(External, OutputStopsGrowingAtTheLimitOfAMember) {
   index().maxMemberBytes = 1'000'000;
   EXPECT_TRUE(indexNew("a.src", ""));
   EXPECT_EQ(readFile(path("cache/") + std::to_string(record("a.src")) + ".txt").size(), 1'000'000U);
+  EXPECT_EQ(index().limitsReached, 1U);
+  index().maxMemberBytes = 3'000'000;
+  EXPECT_TRUE(indexAgain("a.src"));
+  EXPECT_EQ(index().limitsReached, 1U);
+  EXPECT_THAT(problems(), ElementsAre("LimitReached a.src"));
 }
 
 }  // namespace

@@ -44,8 +44,9 @@ TEST_F(Tar, NumbersAreReadLeniently) {
     std::string field;
     uint32_t size;
   } cases[] = {
-      {"00000000005", 5}, {"         5 ", 5}, {"5\0 garbage"s, 5},
-      {"xx5yy7", 5},      {"none at all", 0}, {"\x80\0\0\0\0\0\0\0\0\0\0\x05"s, 5},
+      {"00000000005", 5}, {"         5 ", 5},  {"5\0 garbage"s, 5},
+      {"xx5yy7", 5},      {"none at all", 0},  {"\x80\0\0\0\0\0\0\0\0\0\0\x05"s, 5},
+      {"\xC3\xA4 5", 5},  {"\xBF\xFF\xFF", 0},
   };
   for (const auto& one : cases) {
     const bool empty = one.size == 0;
@@ -61,7 +62,6 @@ TEST_F(Tar, SizesThatLieEndTheWalkWithTheFile) {
   using namespace std::string_literals;
   for (const std::string& field :
        {"77777777777"s, "777777777777"s, "\x80\0\0\0\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s,
-        "\xBF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s,
         "\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s, "\x80\0\0\0\0\0\0\1\0\0\0\0"s}) {
     for (const char kind : {'0', '5'}) {
       EXPECT_TRUE(indexNew("a.tar", tarMember("n.txt", "word more ", kind, field) +
