@@ -98,6 +98,7 @@ void CVeskaIndex::fillChunks() {
       setStatus("CompLinksFmt", std::to_string(shown) + "\t" + std::to_string(next));
       shown = next;
     }
+    wordLinks->releaseBefore(static_cast<uint32_t>(cursor));
     unsigned char count = 0;
     while (const unsigned long word = wordLinks->getWord(cursor, count)) {
       ++counted;

@@ -193,6 +193,15 @@ bool CFileMemory::mapFile(int openFlags) {
   return true;
 }
 
+void CFileMemory::releaseBefore(uint32_t offset) {
+  constexpr uint32_t kStepBytes = 1 << 20;  // a multiple of every page size
+  if (offset < releasedBytes_) releasedBytes_ = 0;
+  const uint32_t end = offset / kStepBytes * kStepBytes;
+  if (!writable_ || end <= releasedBytes_ || end > fileSize_) return;
+  madvise(base_ + releasedBytes_, end - releasedBytes_, MADV_DONTNEED);
+  releasedBytes_ = end;
+}
+
 void CFileMemory::expectScan() const {
 #ifdef MADV_POPULATE_READ
   if (mapped_) madvise(base_, used_, MADV_POPULATE_READ);

@@ -84,6 +84,10 @@ class VESKA_API CFileMemory {
     if (mapped_ && !writable_) refuseToWrite(size);
   }
 
+  // Tells the system that what lies before offset is not needed for a while: it leaves the memory
+  // of the process, not the file. Costs little when called often.
+  void releaseBefore(uint32_t offset);
+
   bool isWritable() const { return mapped_ && writable_; }
   uint32_t usedBytes() const { return used_; }
   uint32_t fileBytes() const { return fileSize_; }
@@ -133,6 +137,7 @@ class VESKA_API CFileMemory {
   std::string storagePath_;
   bool headerDamaged_ = false;
   uint32_t mappingCount_ = 0;
+  uint32_t releasedBytes_ = 0;
 };
 
 #endif  // VESKA_STORAGE_FILEMEMORY_H_

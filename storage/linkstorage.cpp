@@ -114,6 +114,7 @@ void CWordLinks::addWord(unsigned long fileId, unsigned long wordId, unsigned ch
   const auto file = static_cast<uint32_t>(fileId);
   if (file != currentFile_) {
     if (currentFile_ != 0) getNewSpace(entryBytes());
+    releaseBefore(usedBytes());
     currentFile_ = 0;
     groupHeader_ = static_cast<uint32_t>(getNewSpace(kIdBytes));
     storeU32(getPointer(groupHeader_), file);
