@@ -58,7 +58,12 @@ std::vector<std::string> WordsCommand::terms(const WordCutter& cut) const {
       fail(fmt::format("no index word can hold \"{}\"", pieces.unknown),
            "the index has the letters of Western European languages only");
     }
-    for (const CutWord& word : pieces.words) terms.push_back(word.text);
+    for (const CutWord& word : pieces.words) {
+      terms.push_back(word.text);
+      if (word.shape != WordShape::kSingle) continue;
+      terms.push_back(word.text + '*');
+      terms.push_back('*' + word.text);
+    }
   }
   if (patterns_.empty()) terms.emplace_back("*");
   return terms;

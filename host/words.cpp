@@ -11,17 +11,6 @@ bool isAllWildcards(std::string_view word) {
   return word.find_first_not_of("*?") == std::string_view::npos;
 }
 
-// A wildcard beside a run without blanks stands apart from it: "東*". Beside one character it asks
-// for the pairs that begin or end with that; a pair has no longer word that it could ask for.
-// Result: whether it is done with.
-bool joinsPair(CutWord& neighbour, std::string_view wildcards, bool behind) {
-  if (neighbour.shape == WordShape::kWord) return false;
-  if (neighbour.shape == WordShape::kPair) return true;
-  neighbour.text.insert(behind ? neighbour.text.size() : 0, wildcards);
-  neighbour.shape = WordShape::kWord;
-  return true;
-}
-
 }  // namespace
 
 CutText cutBytes(std::string_view utf8) {
@@ -45,33 +34,25 @@ CutText cutBytes(std::string_view utf8) {
   return cut;
 }
 
+// A wildcard beside a run without blanks, as in "東*", says nothing: what such a run is a part of is
+// found anyway.
 CutText cutUnicode(CVeskaIndex* index, std::string_view utf8) {
   CutText cut;
   size_t lastEnd = 0;
-  std::string waiting;  // wildcards that stood before what comes now
-  size_t waitingEnd = 0;
-  const auto giveWaiting = [&] {
-    if (!waiting.empty()) cut.words.push_back({waiting});
-    waiting.clear();
+  WordShape lastShape = WordShape::kWord;
+  bool hasWildcards = false;  // the last word is one of wildcards alone
+  const auto take = [&](const char* text, size_t begin, size_t end, WordShape shape) {
+    const bool touches = !cut.words.empty() && begin <= lastEnd;
+    const bool wildcards = isAllWildcards(text);
+    if (touches && hasWildcards && shape != WordShape::kWord) cut.words.pop_back();
+    hasWildcards = wildcards && !(touches && lastShape != WordShape::kWord);
+    if (!wildcards || hasWildcards) {
+      cut.words.push_back({text, shape, shape == WordShape::kPair && begin < lastEnd});
+    }
+    lastEnd = end;
+    lastShape = shape;
   };
-  walkUnicodeWords(
-      index, utf8, true, [&](const char* text, size_t begin, size_t end, WordShape shape) {
-        CutWord word{text, shape,
-                     !cut.words.empty() && shape == WordShape::kPair && begin < lastEnd};
-        if (!waiting.empty() && waitingEnd == begin && joinsPair(word, waiting, false)) {
-          waiting.clear();
-        }
-        giveWaiting();
-        if (!isAllWildcards(word.text)) {
-          cut.words.push_back(std::move(word));
-        } else if (cut.words.empty() || lastEnd != begin ||
-                   !joinsPair(cut.words.back(), word.text, true)) {
-          waiting = word.text;
-          waitingEnd = end;
-        }
-        lastEnd = end;
-      });
-  giveWaiting();
+  walkUnicodeWords(index, utf8, true, take);
   return cut;
 }
 
