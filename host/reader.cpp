@@ -41,6 +41,17 @@ void sortAndMerge(std::vector<Posting>& postings) {
   postings.resize(kept);
 }
 
+// The longest part of a term without wildcards: whatever matches the term holds it.
+std::string longestLiteral(const std::string& term) {
+  std::string longest;
+  for (size_t at = 0; at < term.size();) {
+    const size_t end = std::min(term.find_first_of("*?", at), term.size());
+    if (end - at > longest.size()) longest = term.substr(at, end - at);
+    at = end + 1;
+  }
+  return longest;
+}
+
 }  // namespace
 
 void failDamaged(const std::string& what) {
@@ -163,8 +174,10 @@ void Reader::appendWhere(F&& isWanted, std::vector<Posting>& out) {
 
 void Reader::appendMatches(const std::string& term, std::vector<Posting>& out) {
   const std::string prefix = term.substr(0, term.find_first_of("*?"));
+  const std::string within = longestLiteral(term);
   const auto isMatch = [&](const char* word) {
-    return std::strncmp(word, prefix.c_str(), prefix.size()) == 0 && matches(word, term);
+    return std::strncmp(word, prefix.c_str(), prefix.size()) == 0 &&
+           std::strstr(word, within.c_str()) != nullptr && matches(word, term);
   };
   appendWhere(isMatch, out);
   if (!unicode_ || withoutAccents(term) != term) return;

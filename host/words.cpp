@@ -34,8 +34,8 @@ CutText cutBytes(std::string_view utf8) {
   return cut;
 }
 
-// A wildcard beside a run without blanks, as in "東*", says nothing: what such a run is a part of is
-// found anyway.
+// A wildcard beside a run without blanks, as in "東*", says nothing: what such a run is a part of
+// is found anyway.
 CutText cutUnicode(CVeskaIndex* index, std::string_view utf8) {
   CutText cut;
   size_t lastEnd = 0;

@@ -203,12 +203,13 @@ TEST_F(UnicodeTokenizer, WalkTellsTheSameWordsWithTheirPlaces) {
     told.lastBegin = begin;
     told.words.push_back(word);
     // A mark that has strayed into such a run may begin one of its pairs.
-    if (sortOf(characters(word)[0], false) != Sort::kLetter) return;
-    const Words there = slowCut(told.text.substr(begin, end - begin), kAny);
+    const std::string part = told.text.substr(begin, end - begin);
+    if (sortOf(characters(part)[0], false) != Sort::kLetter) return;
+    const Words there = slowCut(part, kAny);
     EXPECT_NE(std::find(there.begin(), there.end(), word), there.end()) << word;
     const size_t count = characters(word).size();
     EXPECT_TRUE(shape == VESKA_WORD || count == (shape == VESKA_SINGLE ? 1 : 2)) << word;
-    EXPECT_EQ(shape != VESKA_WORD, hasNoBlanks(characters(word)[0]));
+    EXPECT_TRUE(shape != VESKA_WORD || !hasNoBlanks(characters(word)[0])) << word;
   };
   std::mt19937 random(11);
   for (int round = 0; round < 2000; ++round) {

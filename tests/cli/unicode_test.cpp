@@ -94,7 +94,8 @@ TEST_F(UnicodeProgram, ListsWordsOfEveryScript) {
   EXPECT_EQ(out({"words", "CAF?"}), "1\tcafe\n3\tcaf\u00E9\n");
   EXPECT_EQ(out({"words", "creme"}), "1\tcr\u00E8me\n");
   EXPECT_EQ(out({"words", "cr\u00E8*"}), "1\tcr\u00E8me\n");
-  EXPECT_EQ(out({"words", "*\u90FD"}), "1\t\u4EAC\u90FD\n1\t\u9996\u90FD\n");
+  EXPECT_EQ(out({"words", "\u90FD*"}),
+            "1\t\u4EAC\u90FD\n1\t\u90FD\u306E\n1\t\u90FD\u306F\n1\t\u9996\u90FD\n");
   EXPECT_EQ(run({"words", "cr\u00E9me"}).status, 1);
 }
 
