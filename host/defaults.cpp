@@ -23,11 +23,14 @@ struct DefaultGroup {
 // In order: a file goes to the first pattern that matches it, so what is met most often comes
 // first.
 constexpr DefaultGroup kUnicodeInclude[] = {
+    {"Mark-up, PDF and RTF: a converter of that name in externanalyzers.txt comes first.", "html",
+     "*.html *.htm *.xhtml"},
+    {"", "pdf", "*.pdf"},
+    {"", "rtf", "*.rtf"},
     {"Archives; what is in them is chosen by these same patterns.", "gzip", "*.gz *.tgz"},
     {"", "zip", "*.zip *.jar"},
     {"", "tar", "*.tar"},
     {"Mailboxes.", "mbox", "*.mbox *.mbx"},
-    {"RTF, whose text is not to be told from plain text by its first bytes alone.", "rtf", "*.rtf"},
     {"All else: the kind is told by the name and by the first bytes. Data that is no document is\n"
      "# not read.",
      "generic", "*"},
