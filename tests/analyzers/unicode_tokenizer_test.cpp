@@ -189,7 +189,7 @@ TEST_F(UnicodeTokenizer, ScannerFindsTheSameRuns) {
 }
 
 TEST_F(UnicodeTokenizer, WalkTellsTheSameWordsWithTheirPlaces) {
-  constexpr WordLengths kAny = {1, ~size_t{0}};
+  static constexpr WordLengths kAny = {1, ~size_t{0}};
   struct Told {
     const std::string text;
     Words words;
