@@ -19,12 +19,13 @@
 namespace veska::test {
 namespace {
 
-std::map<std::string, std::string> surroundings(const std::string& folder) {
+std::map<std::string, std::string> surroundings(const std::string& folder,
+                                                const std::string& locale) {
   return {{"PATH", "/usr/bin:/bin"},
           {"HOME", folder + "/user"},
           {"XDG_DATA_HOME", folder + "/data"},
           {"TMPDIR", folder},
-          {"LC_ALL", "de_DE.UTF-8"},  // no output may depend on it
+          {"LC_ALL", locale},
           {"TZ", "UTC"},
           {"TERM", "dumb"},
           {"ASAN_OPTIONS", "detect_leaks=0"}};  // leaks cannot be looked for under ptrace
@@ -36,14 +37,16 @@ int exitStatus(int status) {
 
 // In the child: never returns.
 [[noreturn]] void become(const std::vector<std::string>& words, const std::string& folder,
-                         const std::string& out, const std::string& err, bool traced) {
+                         const std::string& out, const std::string& err, const std::string& locale,
+                         bool traced) {
   std::vector<std::string> texts{VESKA_PROGRAM, "--home", folder + "/home"};
   texts.insert(texts.end(), words.begin(), words.end());
   std::vector<char*> arguments;
   for (std::string& text : texts) arguments.push_back(text.data());
   arguments.push_back(nullptr);
   std::vector<std::string> variables;
-  for (const auto& [name, value] : surroundings(folder)) variables.push_back(name + "=" + value);
+  for (const auto& [name, value] : surroundings(folder, locale))
+    variables.push_back(name + "=" + value);
   std::vector<char*> environment;
   for (std::string& text : variables) environment.push_back(text.data());
   environment.push_back(nullptr);
@@ -120,14 +123,15 @@ std::ostream& operator<<(std::ostream& stream, const Outcome& outcome) {
                 << outcome.err;
 }
 
-RunningProgram::RunningProgram(std::vector<std::string> words, const std::string& folder)
+RunningProgram::RunningProgram(std::vector<std::string> words, const std::string& folder,
+                               const std::string& locale)
     : folder_(folder) {
   static std::atomic<int> runs = 0;
   const std::string base = folder + "/.run" + std::to_string(++runs);
   outPath_ = base + ".out";
   errPath_ = base + ".err";
   process_ = ::fork();
-  if (process_ == 0) become(words, folder, outPath_, errPath_, false);
+  if (process_ == 0) become(words, folder, outPath_, errPath_, locale, false);
   if (process_ < 0) ADD_FAILURE() << "cannot start the program";
 }
 
@@ -152,6 +156,10 @@ Outcome RunningProgram::wait() {
 
 Outcome ProgramTest::run(std::vector<std::string> words) const {
   return RunningProgram(std::move(words), folder()).wait();
+}
+
+Outcome ProgramTest::runIn(const std::string& locale, std::vector<std::string> words) const {
+  return RunningProgram(std::move(words), folder(), locale).wait();
 }
 
 std::string ProgramTest::out(std::vector<std::string> words) const {
@@ -185,7 +193,7 @@ std::string ProgramTest::tables() const {
 
 bool ProgramTest::runKilledBeforeChange(std::vector<std::string> words, int n) const {
   const pid_t process = ::fork();
-  if (process == 0) become(words, folder(), "/dev/null", "/dev/null", true);
+  if (process == 0) become(words, folder(), "/dev/null", "/dev/null", "C.UTF-8", true);
   int status = 0;
   ::waitpid(process, &status, 0);  // stopped at its first instruction
   ::ptrace(PTRACE_SETOPTIONS, process, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);

@@ -24,8 +24,9 @@ std::ostream& operator<<(std::ostream& stream, const Outcome& outcome);
 // A run that goes on beside the case.
 class RunningProgram {
  public:
-  RunningProgram(std::vector<std::string> words, const std::string& folder);
-  ~RunningProgram();  // kills it
+  RunningProgram(std::vector<std::string> words, const std::string& folder,
+                 const std::string& locale = "de_DE.UTF-8");  // no output may depend on it
+  ~RunningProgram();                                          // kills it
   RunningProgram(const RunningProgram&) = delete;
   RunningProgram& operator=(const RunningProgram&) = delete;
 
@@ -45,6 +46,8 @@ class ProgramTest : public testing::Test {
   // The home is DIR/home, the working directory DIR. Locale and colours of the surroundings are
   // off.
   Outcome run(std::vector<std::string> words) const;
+  // The same under another locale, which need not be installed: "C", "de_DE.ISO-8859-1".
+  Outcome runIn(const std::string& locale, std::vector<std::string> words) const;
   // out of a run that must end with status 0 and without remarks.
   std::string out(std::vector<std::string> words) const;
 
