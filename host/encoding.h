@@ -84,12 +84,12 @@ inline char foldByte(char byte) {
 }
 void fold(std::string& text);
 
-// Bytes that make up words: letters and digits of Windows-1252 and the underscore. The session sets
+// Bytes that make up words: letters and digits of Windows-1252. The session sets
 // the engine's character classes from this, so that queries are split as documents are.
 constexpr bool isWordByte(unsigned char byte) {
   if (byte < 0x80) {
     return (byte >= '0' && byte <= '9') || (byte >= 'a' && byte <= 'z') ||
-           (byte >= 'A' && byte <= 'Z') || byte == '_';
+           (byte >= 'A' && byte <= 'Z');
   }
   switch (byte) {
     case 0x83:

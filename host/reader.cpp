@@ -156,13 +156,12 @@ std::vector<Posting> Reader::postings(const QueryWord& word) {
   return found;
 }
 
-// Those of all words of the index that are wanted.
+// Those of all words that next finds, starting behind the word 0.
 template <typename F>
-void Reader::appendWhere(F&& isWanted, std::vector<Posting>& out) {
+void Reader::appendWhere(F&& next, std::vector<Posting>& out) {
   size_t mergeAt = kMergeAt;
   engineCall([&] {
-    for (auto word = vtsGetFirst(words_); word != 0; word = vtsGetNext(words_, word)) {
-      if (!isWanted(vtsGetText(words_, word))) continue;
+    for (unsigned long word = next(0); word != 0; word = next(word)) {
       appendPostings(static_cast<WordId>(word), out);
       if (out.size() > mergeAt) {
         sortAndMerge(out);
@@ -173,16 +172,15 @@ void Reader::appendWhere(F&& isWanted, std::vector<Posting>& out) {
 }
 
 void Reader::appendMatches(const std::string& term, std::vector<Posting>& out) {
-  const std::string prefix = term.substr(0, term.find_first_of("*?"));
-  const std::string within = longestLiteral(term);
-  const auto isMatch = [&](const char* word) {
-    return std::strncmp(word, prefix.c_str(), prefix.size()) == 0 &&
-           std::strstr(word, within.c_str()) != nullptr && matches(word, term);
+  const auto next = [&](unsigned long word) {
+    return vidxNextMatchingWord(index_, term.c_str(), word);
   };
-  appendWhere(isMatch, out);
+  appendWhere(next, out);
   if (!unicode_ || withoutAccents(term) != term) return;
+  const std::string within = longestLiteral(term);
   accents().forEach([&](const std::string& base, const std::string& word) {
-    if (!word.empty() && isMatch(base.c_str()) && !isMatch(word.c_str())) {
+    if (!word.empty() && base.find(within) != std::string::npos && matches(base.c_str(), term) &&
+        !matches(word.c_str(), term)) {
       if (const WordId id = lookup(word); id != 0) engineCall([&] { appendPostings(id, out); });
     }
     return true;
@@ -190,11 +188,16 @@ void Reader::appendMatches(const std::string& term, std::vector<Posting>& out) {
 }
 
 void Reader::appendHolders(const std::string& character, std::vector<Posting>& out) {
-  appendWhere(
-      [&character](std::string_view word) {
-        return word.starts_with(character) || word.ends_with(character);
-      },
-      out);
+  const auto holds = [&character](std::string_view word) {
+    return word.starts_with(character) || word.ends_with(character);
+  };
+  const std::string within = "*" + character + "*";
+  const auto next = [&](unsigned long word) {
+    do word = vidxNextMatchingWord(index_, within.c_str(), word);
+    while (word != 0 && !holds(vtsGetText(words_, word)));
+    return word;
+  };
+  appendWhere(next, out);
 }
 
 void Reader::appendPostings(WordId word, std::vector<Posting>& out) {

@@ -34,7 +34,7 @@ bool isAssigned(int byte) {
 
 bool isLetter(int byte) {
   const bool isDigit = byte >= '0' && byte <= '9';
-  return isWordByte(static_cast<unsigned char>(byte)) && !isDigit && byte != '_';
+  return isWordByte(static_cast<unsigned char>(byte)) && !isDigit;
 }
 
 bool isPrintable(int byte) { return byte >= 0x20 && byte != 0x7F && isAssigned(byte); }

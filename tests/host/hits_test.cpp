@@ -65,7 +65,7 @@ TEST_F(Hits, HoldWhereTheLanguageSaysSo) {
       {"\"a a b\"", "a a a b a b", "a [a] [a] [b] a b"},
       {"\"a b\"", "b a c b", "-b a c b"},
       {"\"one * three\"", "one two three one three", "[one] [two] [three] one three"},
-      {"foo-bar", "foo_bar foo bar", "foo_bar [foo] [bar]"},
+      {"foo-bar", "foo_bar foo, bar foobar", "[foo]_[bar] [foo], [bar] foobar"},
       {"a NEAR/2 b", "b x a x x x b", "[b] x [a] x x x b"},
       {"a NEAR/2 b", "a x x b", "-a x x b"},
       {"a NEAR/1 a", "a", "-a"},
