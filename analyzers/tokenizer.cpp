@@ -92,9 +92,10 @@ unsigned long cutPlainText(char* buf, unsigned long len, const ByteClasses& clas
     // The character that ends a word stepped over one zero like any other.
     if (*cursor == 0 && end - cursor >= 2) ++cursor;
     const unsigned char control = classes.of[*cursor] & kControl;
-    if (!(framed & control) && sink.takes(static_cast<unsigned long>(wordEnd - wordStart))) {
+    const auto length = static_cast<size_t>(wordEnd - wordStart);
+    if (!(framed & control) && sink.takes(length)) {
       *wordEnd = 0;
-      sink.index.indexWord(reinterpret_cast<char*>(wordStart), hash, sink.record);
+      sink.index.indexWord(reinterpret_cast<char*>(wordStart), length, hash, sink.record);
     }
     framed = control;
   }

@@ -36,6 +36,9 @@ unsigned long vflGetFile(CFileLinks* links, uint32_t cursor[2]) {
   return file;
 }
 
+unsigned long vidxNextMatchingWord(CVeskaIndex* index, const char* term, unsigned long id) {
+  return index->nextMatchingWord(term, id);
+}
 bool vidxDoesWordMatch(CVeskaIndex* index, const char* word, const char* term) {
   return index->doesWordMatch(word, term);
 }

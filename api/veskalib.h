@@ -279,6 +279,11 @@ VESKA_API void vidxCreateAnalyzers(CVeskaIndex* index);
 VESKA_API unsigned long vtsGetFirst(CTextStorage* table);                  /* 0: empty */
 VESKA_API unsigned long vtsGetNext(CTextStorage* table, unsigned long id); /* 0: the end */
 VESKA_API unsigned long vtsLookup(CTextStorage* table, const char* text);  /* 0: absent */
+/* The next word behind the word id (0: from the first) that matches the term, as by
+ * vidxDoesWordMatch; 0: no more. Faster than a walk for terms with three bytes or more between
+ * wildcards. */
+VESKA_API unsigned long vidxNextMatchingWord(CVeskaIndex* index, const char* term,
+                                             unsigned long id);
 VESKA_API const char* vtsGetText(CTextStorage* table, unsigned long id);
 VESKA_API void* vtsGetData(CTextStorage* table, unsigned long id);
 

@@ -41,17 +41,6 @@ void sortAndMerge(std::vector<Posting>& postings) {
   postings.resize(kept);
 }
 
-// The longest part of a term without wildcards: whatever matches the term holds it.
-std::string longestLiteral(const std::string& term) {
-  std::string longest;
-  for (size_t at = 0; at < term.size();) {
-    const size_t end = std::min(term.find_first_of("*?", at), term.size());
-    if (end - at > longest.size()) longest = term.substr(at, end - at);
-    at = end + 1;
-  }
-  return longest;
-}
-
 }  // namespace
 
 void failDamaged(const std::string& what) {
@@ -156,13 +145,12 @@ std::vector<Posting> Reader::postings(const QueryWord& word) {
   return found;
 }
 
-// Those of all words of the index that are wanted.
+// Those of all words that next(0), next(the word before), ... gives, until it gives 0.
 template <typename F>
-void Reader::appendWhere(F&& isWanted, std::vector<Posting>& out) {
+void Reader::appendEach(F&& next, std::vector<Posting>& out) {
   size_t mergeAt = kMergeAt;
   engineCall([&] {
-    for (auto word = vtsGetFirst(words_); word != 0; word = vtsGetNext(words_, word)) {
-      if (!isWanted(vtsGetText(words_, word))) continue;
+    for (unsigned long word = next(0); word != 0; word = next(word)) {
       appendPostings(static_cast<WordId>(word), out);
       if (out.size() > mergeAt) {
         sortAndMerge(out);
@@ -173,16 +161,13 @@ void Reader::appendWhere(F&& isWanted, std::vector<Posting>& out) {
 }
 
 void Reader::appendMatches(const std::string& term, std::vector<Posting>& out) {
-  const std::string prefix = term.substr(0, term.find_first_of("*?"));
-  const std::string within = longestLiteral(term);
-  const auto isMatch = [&](const char* word) {
-    return std::strncmp(word, prefix.c_str(), prefix.size()) == 0 &&
-           std::strstr(word, within.c_str()) != nullptr && matches(word, term);
-  };
-  appendWhere(isMatch, out);
+  appendEach([&](unsigned long word) { return vidxNextMatchingWord(index_, term.c_str(), word); },
+             out);
   if (!unicode_ || withoutAccents(term) != term) return;
+  const std::string prefix = term.substr(0, term.find_first_of("*?"));
   accents().forEach([&](const std::string& base, const std::string& word) {
-    if (!word.empty() && isMatch(base.c_str()) && !isMatch(word.c_str())) {
+    const bool isMatch = !word.empty() && base.starts_with(prefix) && matches(base.c_str(), term);
+    if (isMatch && !matches(word.c_str(), term)) {
       if (const WordId id = lookup(word); id != 0) engineCall([&] { appendPostings(id, out); });
     }
     return true;
@@ -190,11 +175,17 @@ void Reader::appendMatches(const std::string& term, std::vector<Posting>& out) {
 }
 
 void Reader::appendHolders(const std::string& character, std::vector<Posting>& out) {
-  appendWhere(
-      [&character](std::string_view word) {
-        return word.starts_with(character) || word.ends_with(character);
-      },
-      out);
+  const auto isHolder = [&](unsigned long id) {
+    const std::string_view word = vtsGetText(words_, id);
+    return word.starts_with(character) || word.ends_with(character);
+  };
+  const auto next = [&](unsigned long id) {
+    do {
+      id = id == 0 ? vtsGetFirst(words_) : vtsGetNext(words_, id);
+    } while (id != 0 && !isHolder(id));
+    return id;
+  };
+  appendEach(next, out);
 }
 
 void Reader::appendPostings(WordId word, std::vector<Posting>& out) {

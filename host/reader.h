@@ -111,7 +111,7 @@ class Reader {
   void appendMatches(const std::string& term, std::vector<Posting>& out);
   void appendHolders(const std::string& character, std::vector<Posting>& out);
   template <typename F>
-  void appendWhere(F&& isWanted, std::vector<Posting>& out);
+  void appendEach(F&& next, std::vector<Posting>& out);
   const AccentTable& accents();
   void appendPostings(WordId word, std::vector<Posting>& out);
   uint32_t appendChunk(uint32_t begin, uint32_t limit, std::vector<Posting>& out);

@@ -83,7 +83,7 @@ class VESKA_API CVeskaIndex {
   // ignored. Raises "AssertionFailed" without a word-link table, and what the tables raise.
   void indexWord(const char* word, unsigned long fileId);
   // As above, with hash = hashText(word) already known.
-  void indexWord(const char* word, uint32_t hash, unsigned long fileId);
+  void indexWord(const char* word, size_t length, uint32_t hash, unsigned long fileId);
 
   // Id of a skip word, added when it is new.
   unsigned long indexExcludedWord(const char* word);
@@ -130,6 +130,11 @@ class VESKA_API CVeskaIndex {
   bool dirMatch(const char* path, const char* pattern) const;
   // Does a word match a query term with the wildcards "*" and "?"?
   bool doesWordMatch(const char* word, const char* term) const;
+  // The next word of the word table behind the word id (0: from the first) that matches the term;
+  // 0 when there is none. The words of the table are folded, as the tokenizers leave them. A term
+  // with three bytes or more in a row that are no wildcards takes one fast scan of the table.
+  // Raises "AssertionFailed" on damage. REQUIRES: id is 0 or a word.
+  unsigned long nextMatchingWord(const char* term, unsigned long id) const;
 
   // Analyzers -------------------------------------------------------------------------------------
 
@@ -247,6 +252,9 @@ class VESKA_API CVeskaIndex {
   void makeChunks();
   void fillChunks();
   void zeroHandedCounts();
+
+  bool isWildcard(char c) const;
+  std::string longestLiteral(std::string_view term) const;
 
   void indexUnicodeExclusions(const std::string& path);
   void addTextAnalyzers();

@@ -2,9 +2,13 @@
 // word depends only on whether the last place where the rest of the term matches lies behind it; so
 // the stars are worked out from the last to the first.
 
+#include <algorithm>
 #include <cstring>
+#include <string>
+#include <string_view>
 
 #include "analyzers/unicode/characters.h"
+#include "analyzers/unicode/charset.h"
 #include "index/index.h"
 
 namespace {
@@ -38,6 +42,19 @@ struct Characters {
  private:
   static char foldAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 0x20) : c; }
 };
+
+// Each character folded by itself, as Characters compares them.
+std::string foldedOneByOne(std::string_view text) {
+  std::string folded;
+  const auto* at = reinterpret_cast<const unsigned char*>(text.data());
+  const auto* const end = at + text.size();
+  while (at != end) {
+    const veska::unicode::Decoded next = veska::unicode::decodeCharacter(at, end);
+    veska::unicode::appendUtf8(folded, veska::unicode::factsOf(next.character).folded());
+    at += next.bytes;
+  }
+  return folded;
+}
 
 template <typename Text>
 class TermMatcher {
@@ -105,12 +122,41 @@ class TermMatcher {
 
 }  // namespace
 
+bool CVeskaIndex::isWildcard(char c) const {
+  const auto byte = static_cast<unsigned char>(c);
+  return (c == '*' || c == '?') && !validCharMask[byte] && !validTrailingMask[byte];
+}
+
 bool CVeskaIndex::doesWordMatch(const char* word, const char* term) const {
-  const auto isWordByte = [this](unsigned char c) {
-    return validCharMask[c] || validTrailingMask[c];
-  };
-  const bool star = !isWordByte('*');
-  const bool question = !isWordByte('?');
+  const bool star = isWildcard('*');
+  const bool question = isWildcard('?');
   return unicode ? TermMatcher<Characters>(star, question).matches(word, term)
                  : TermMatcher<Bytes>(star, question).matches(word, term);
+}
+
+// The longest stretch without wildcards: a word that matches holds it.
+std::string CVeskaIndex::longestLiteral(std::string_view term) const {
+  std::string_view longest;
+  for (size_t at = 0; at < term.size();) {
+    const auto* const from = term.begin() + at;
+    const auto* const to = std::find_if(from, term.end(), [this](char c) { return isWildcard(c); });
+    const auto length = static_cast<size_t>(to - from);
+    if (length > longest.size()) longest = term.substr(at, length);
+    at += length + 1;
+  }
+  return unicode ? foldedOneByOne(longest) : std::string(longest);
+}
+
+unsigned long CVeskaIndex::nextMatchingWord(const char* term, unsigned long id) const {
+  // Shorter stretches are in so many words that looking at each is faster.
+  constexpr size_t kTellingBytes = 3;
+  const std::string literal = longestLiteral(term);
+  const auto next = [&] {
+    if (literal.size() < kTellingBytes) return id ? words->getNext(id) : words->getFirst();
+    const char* const text = id ? words->getText(id) : nullptr;
+    return words->nextContaining(text ? id + std::strlen(text) : id, literal);
+  };
+  do id = next();
+  while (id && !doesWordMatch(words->getText(id), term));
+  return id;
 }

@@ -22,20 +22,18 @@ void CVeskaIndex::setValidViewableMask(int byte, bool on) { setMask(validViewabl
 void CVeskaIndex::setNonAlphaCharMask(int byte, bool on) { setMask(nonAlphaCharMask, byte, on); }
 
 void CVeskaIndex::indexWord(const char* word, unsigned long fileId) {
-  indexWord(word, hashText(word), fileId);
+  indexWord(word, std::strlen(word), hashText(word), fileId);
 }
 
-void CVeskaIndex::indexWord(const char* word, uint32_t hash, unsigned long fileId) {
-  if (*word == 0) return;
+void CVeskaIndex::indexWord(const char* word, size_t length, uint32_t hash, unsigned long fileId) {
+  if (length == 0) return;
   if (!wordLinks) throwVeskaError("AssertionFailed", {});
   words->requireWritable(0);
   const bool anySkipped = skipped->usedBytes() > CFileMemory::kHeaderBytes;
   if (anySkipped && skipped->lookup(word, hash)) return;
-  unsigned long id = words->lookup(word, hash);
-  if (id == 0) {
-    id = words->addText(word, hash);
-    ++wordsIndexed;
-  }
+  bool added = false;
+  const unsigned long id = words->lookupOrAdd(word, length, hash, added);
+  if (added) ++wordsIndexed;
   auto* data = static_cast<char*>(words->getData(id));
   const auto file = static_cast<uint32_t>(fileId);
   const uint32_t last = loadU32(data + WordData::kLastFile);

@@ -104,8 +104,7 @@ void CFileMemory::storeHeader() {
   storeU32(header_ + 12, growthIncrement_);
 }
 
-void CFileMemory::requireWritable(uint64_t size) const {
-  if (!mapped_ || writable_) return;
+void CFileMemory::refuseToWrite(uint64_t size) const {
   const uint64_t needed = used_ + size;
   throwVeskaError("MemFileExtendFail", decimal(needed > fileSize_ ? grownSize(needed) : needed));
 }
@@ -192,6 +191,12 @@ bool CFileMemory::mapFile(int openFlags) {
   header_ = base_;
   ++mappingCount_;
   return true;
+}
+
+void CFileMemory::expectScan() const {
+#ifdef MADV_POPULATE_READ
+  if (mapped_) madvise(base_, used_, MADV_POPULATE_READ);
+#endif
 }
 
 bool CFileMemory::openForRead() {

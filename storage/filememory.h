@@ -80,7 +80,9 @@ class VESKA_API CFileMemory {
 
   // Raises "MemFileExtendFail" (the size that size more bytes would need) when the table is mapped
   // read-only: to be asked before anything is written.
-  void requireWritable(uint64_t size) const;
+  void requireWritable(uint64_t size) const {
+    if (mapped_ && !writable_) refuseToWrite(size);
+  }
 
   bool isWritable() const { return mapped_ && writable_; }
   uint32_t usedBytes() const { return used_; }
@@ -93,6 +95,9 @@ class VESKA_API CFileMemory {
   // Counts the times that the file was mapped from disk: what was read before may differ now.
   uint32_t mappingCount() const { return mappingCount_; }
 
+  // Tells the system that all pages are about to be read.
+  void expectScan() const;
+
   // Address of an offset that is known to lie below used.
   char* at(uint32_t offset) const { return base_ + offset; }
 
@@ -104,6 +109,7 @@ class VESKA_API CFileMemory {
  private:
   CFileMemory();
 
+  [[noreturn]] void refuseToWrite(uint64_t size) const;
   uint64_t grownSize(uint64_t needed) const;
   void grow(uint64_t newSize);
   void extendFile(uint64_t newSize);

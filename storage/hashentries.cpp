@@ -31,18 +31,19 @@ bool writeU32(FILE* stream, uint32_t value) {
   return std::fwrite(word, sizeof word, 1, stream) == 1;
 }
 
-// The array grows with what the stream really holds, a piece at a time, whatever the count claims.
-std::unique_ptr<uint32_t[]> readHashEntries(FILE* stream, unsigned long& count) {
+bool readHashEntriesHead(FILE* stream, uint32_t& count) {
   uint32_t magic = 0;
-  uint32_t claimed = 0;
-  count = 0;
-  if (!readU32(stream, magic) || magic != kHashEntriesMagic) return nullptr;
-  if (!readU32(stream, claimed) || claimed == 0) return nullptr;
+  return readU32(stream, magic) && magic == kHashEntriesMagic && readU32(stream, count) &&
+         count != 0;
+}
+
+// The array grows with what the stream really holds, a piece at a time, whatever the count claims.
+std::unique_ptr<uint32_t[]> readHeads(FILE* stream, uint32_t count) {
   std::unique_ptr<uint32_t[]> heads;
   uint64_t capacity = 0;
-  for (uint64_t have = 0; have < claimed;) {
+  for (uint64_t have = 0; have < count;) {
     if (have == capacity) {
-      capacity = std::min<uint64_t>(std::max<uint64_t>(4 * capacity, kPieceEntries), claimed);
+      capacity = std::min<uint64_t>(std::max<uint64_t>(4 * capacity, kPieceEntries), count);
       auto larger = std::make_unique_for_overwrite<uint32_t[]>(capacity);
       std::copy_n(heads.get(), have, larger.get());
       heads = std::move(larger);
@@ -51,7 +52,15 @@ std::unique_ptr<uint32_t[]> readHashEntries(FILE* stream, unsigned long& count) 
     if (got != capacity - have) return nullptr;
     have = capacity;
   }
-  count = claimed;
+  return heads;
+}
+
+std::unique_ptr<uint32_t[]> readHashEntries(FILE* stream, unsigned long& count) {
+  count = 0;
+  uint32_t claimed = 0;
+  if (!readHashEntriesHead(stream, claimed)) return nullptr;
+  std::unique_ptr<uint32_t[]> heads = readHeads(stream, claimed);
+  if (heads) count = claimed;
   return heads;
 }
 

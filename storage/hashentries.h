@@ -58,6 +58,11 @@ uint32_t boundedLength(const char* stored, uint32_t bound);
 // wrong, the count is 0, or the stream holds less than the count says.
 VESKA_API std::unique_ptr<uint32_t[]> readHashEntries(FILE* stream, unsigned long& count);
 
+// Its two steps: what stands before the heads, with at least one head to come; and the heads. Null
+// when the stream holds fewer than count.
+bool readHashEntriesHead(FILE* stream, uint32_t& count);
+std::unique_ptr<uint32_t[]> readHeads(FILE* stream, uint32_t count);
+
 // Writes it. Result: false as soon as a write falls short.
 bool writeHashEntries(FILE* stream, const uint32_t* heads, uint32_t count);
 

@@ -9,12 +9,12 @@
 
 #include "api/reporting.h"
 #include "storage/bytes.h"
+#include "storage/bytesearch.h"
 #include "storage/hashentries.h"
 
 namespace {
 
 constexpr uint32_t kTextStorageMagic = 12350001;
-constexpr uint32_t kLinkBytes = 4;
 constexpr uint32_t kMaxDataBytes = 1 << 16;
 
 }  // namespace
@@ -24,8 +24,7 @@ CTextStorage::CTextStorage(std::string path, unsigned long initialSize,
                            unsigned long hashSize)
     : CFileMemory(std::move(path), initialSize, growthIncrement),
       prefixSize_(dataSize + kLinkBytes),
-      buckets_(std::make_unique<uint32_t[]>(hashSize)),
-      bucketCount_(static_cast<uint32_t>(hashSize)) {}
+      buckets_(static_cast<uint32_t>(hashSize)) {}
 
 CTextStorage::CTextStorage(std::string path, FILE* hashFile) : CFileMemory(path) {
   if (headerDamaged() || !read(hashFile)) throwVeskaError("StorageReadError", path);
@@ -49,7 +48,7 @@ unsigned long CTextStorage::lookup(const char* text) const { return lookup(text,
 unsigned long CTextStorage::addText(const char* text, uint32_t hash) {
   const size_t length = std::strlen(text);
   requireWritable(length + 1 + prefixSize_);
-  if (entryCount_ + 1 > bucketCount_) reHash(entryCount_ + 1);
+  if (entryCount_ + 1 > buckets_.count()) reHash(entryCount_ + 1);
   const auto start = static_cast<uint32_t>(getNewSpace(length + 1 + prefixSize_));
   ++entryCount_;
   const uint32_t id = start + prefixSize_;
@@ -59,8 +58,8 @@ unsigned long CTextStorage::addText(const char* text, uint32_t hash) {
 }
 
 unsigned long CTextStorage::lookup(const char* text, uint32_t hash) const {
-  if (bucketCount_ == 0) return 0;
-  uint32_t id = buckets_[hash % bucketCount_];
+  if (buckets_.count() == 0) return 0;
+  uint32_t id = buckets_[hash % buckets_.count()];
   for (uint32_t from = 0; id != 0; from = id, id = loadU32(nextField(id))) {
     id = checkedLink(from, id);
     const TextOrder order = compareStored(at(id), bytesFrom(id), text, true);
@@ -70,8 +69,17 @@ unsigned long CTextStorage::lookup(const char* text, uint32_t hash) const {
   return 0;
 }
 
+unsigned long CTextStorage::lookupOrAddSlowly(const char* text, size_t length, uint32_t hash,
+                                              bool& added) {
+  unsigned long id = lookup(text, hash);
+  added = id == 0;
+  if (added) id = addText(text, hash);
+  recentIn(mappingCount()).keep(text, length, hash, static_cast<uint32_t>(id));
+  return id;
+}
+
 unsigned long CTextStorage::getHash(const char* text) const {
-  return bucketCount_ ? hashText(text) % bucketCount_ : 0;
+  return buckets_.count() ? hashText(text) % buckets_.count() : 0;
 }
 
 void CTextStorage::addHash(const char* text, unsigned long id) {
@@ -79,7 +87,7 @@ void CTextStorage::addHash(const char* text, unsigned long id) {
 }
 
 void CTextStorage::chain(uint32_t id, uint32_t hash) {
-  uint32_t& head = buckets_[hash % bucketCount_];
+  uint32_t& head = buckets_[hash % buckets_.count()];
   if (head == 0) {
     head = id;
     return;
@@ -93,10 +101,9 @@ void CTextStorage::reHash() { reHash(entryCount_); }
 
 void CTextStorage::reHash(uint32_t entries) {
   requireWritable(0);
-  uint64_t count = bucketCount_ ? bucketCount_ : 1;
+  uint64_t count = buckets_.count() ? buckets_.count() : 1;
   while (count < entries) count *= 2;
-  buckets_ = std::make_unique<uint32_t[]>(count);
-  bucketCount_ = static_cast<uint32_t>(count);
+  buckets_ = BucketArray(static_cast<uint32_t>(count));
   for (auto id = getFirst(); id; id = getNext(id))
     storeU32(nextField(static_cast<uint32_t>(id)), 0);
   for (auto id = getFirst(); id; id = getNext(id)) addHash(getText(id), id);
@@ -114,6 +121,29 @@ unsigned long CTextStorage::getNext(unsigned long id) const {
   return next < usedBytes() ? next : 0;
 }
 
+// In front of each text stands the last byte of a number that is small, or of a link: a zero. From
+// a hit backward to the nearest zero is thus the text, unless the bytes hit are data, which the
+// look-up tells.
+unsigned long CTextStorage::nextContaining(unsigned long offset, std::string_view part) const {
+  if (!getPointer(kHeaderBytes)) return 0;
+  const char* const end = at(usedBytes());
+  const char* from = at(offset < kHeaderBytes ? kHeaderBytes : static_cast<uint32_t>(offset));
+  if (offset == 0) expectScan();
+  while (from < end) {
+    const char* const hit = findBytes(from, end, part);
+    if (!hit) break;
+    const char* start = hit;
+    while (start != from && start[-1] != 0) --start;
+    const char* const stop =
+        static_cast<const char*>(std::memchr(hit, 0, static_cast<size_t>(end - hit)));
+    if (!stop) throwVeskaError("AssertionFailed", {});
+    const auto id = static_cast<unsigned long>(start - at(0));
+    if (id >= kHeaderBytes + prefixSize_ && lookup(start) == id) return id;
+    from = stop;
+  }
+  return 0;
+}
+
 char* CTextStorage::getText(unsigned long id) const {
   auto* text = static_cast<char*>(getPointer(id));
   if (!text) return nullptr;
@@ -122,15 +152,10 @@ char* CTextStorage::getText(unsigned long id) const {
   return text;
 }
 
-void* CTextStorage::getData(unsigned long id) const {
-  const auto text = static_cast<uint32_t>(id);
-  if (text < kHeaderBytes + prefixSize_ || !getPointer(text)) return nullptr;
-  return nextField(text) + kLinkBytes;
-}
-
 bool CTextStorage::store(FILE* stream) const {
   return writeU32(stream, kTextStorageMagic) && writeU32(stream, prefixSize_) &&
-         writeU32(stream, entryCount_) && writeHashEntries(stream, buckets_.get(), bucketCount_);
+         writeU32(stream, entryCount_) &&
+         writeHashEntries(stream, buckets_.data(), buckets_.count());
 }
 
 bool CTextStorage::read(FILE* stream) {
@@ -141,10 +166,7 @@ bool CTextStorage::read(FILE* stream) {
   if (!readU32(stream, prefix) || prefix < kLinkBytes || prefix > kLinkBytes + kMaxDataBytes)
     return false;
   if (!readU32(stream, entries)) return false;
-  unsigned long count = 0;
-  buckets_ = readHashEntries(stream, count);
-  bucketCount_ = static_cast<uint32_t>(count);
   prefixSize_ = prefix;
   entryCount_ = entries;
-  return buckets_ != nullptr;
+  return buckets_.read(stream);
 }

@@ -16,10 +16,12 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <memory>
 #include <string>
+#include <string_view>
 
+#include "storage/bucketarray.h"
 #include "storage/filememory.h"
+#include "storage/textcache.h"
 
 class VESKA_API CTextStorage : public CFileMemory {
  public:
@@ -45,6 +47,16 @@ class VESKA_API CTextStorage : public CFileMemory {
   unsigned long addText(const char* text, uint32_t hash);
   unsigned long lookup(const char* text, uint32_t hash) const;
 
+  // As above, for a text that is likely to be asked for again soon: a table without it gets it.
+  // length: bytes of the text; none of them folds to zero. added: was it not there?
+  // Raise what addText and lookup raise.
+  unsigned long lookupOrAdd(const char* text, size_t length, uint32_t hash, bool& added) {
+    added = false;
+    const uint32_t id = recentIn(mappingCount()).find(text, length, hash);
+    if (id != 0 && getPointer(id)) return id;
+    return lookupOrAddSlowly(text, length, hash, added);
+  }
+
   // Bucket of a text.
   unsigned long getHash(const char* text) const;
 
@@ -53,12 +65,21 @@ class VESKA_API CTextStorage : public CFileMemory {
   unsigned long getFirst() const;
   unsigned long getNext(unsigned long id) const;
 
+  // Id of the first text whose bytes, part among them, lie behind offset; 0 if there is none. Texts
+  // that are not what a look-up of them finds are passed over. Raises "AssertionFailed" on damage.
+  // REQUIRES: part has two bytes or more, and no zero; offset is 0 or the end of a text.
+  unsigned long nextContaining(unsigned long offset, std::string_view part) const;
+
   // The text; null for an id out of reach. Raises "AssertionFailed" when it does not end inside the
   // table.
   char* getText(unsigned long id) const;
 
   // The caller data; null for an id out of reach.
-  void* getData(unsigned long id) const;
+  void* getData(unsigned long id) const {
+    const auto text = static_cast<uint32_t>(id);
+    if (text < kHeaderBytes + prefixSize_ || !getPointer(text)) return nullptr;
+    return at(text - prefixSize_ + kLinkBytes);
+  }
 
   bool store(FILE* stream) const;
   bool read(FILE* stream);
@@ -72,15 +93,25 @@ class VESKA_API CTextStorage : public CFileMemory {
   uint32_t entryCount() const { return entryCount_; }
 
  private:
+  static constexpr uint32_t kLinkBytes = 4;
+
+  // What was found lately. What another mapping of the file held counts no longer.
+  TextCache& recentIn(uint32_t mapping) {
+    if (mapping != recentMapping_) recent_.clear();
+    recentMapping_ = mapping;
+    return recent_;
+  }
+  unsigned long lookupOrAddSlowly(const char* text, size_t length, uint32_t hash, bool& added);
   void reHash(uint32_t entries);
   void chain(uint32_t id, uint32_t hash);
   uint32_t checkedLink(uint32_t from, uint32_t to) const;
   char* nextField(uint32_t id) const;
 
   uint32_t prefixSize_ = 4;
-  std::unique_ptr<uint32_t[]> buckets_;
-  uint32_t bucketCount_ = 0;
+  BucketArray buckets_;
   uint32_t entryCount_ = 0;
+  TextCache recent_;
+  uint32_t recentMapping_ = 0;
 };
 
 #endif  // VESKA_STORAGE_TEXTSTORAGE_H_

@@ -205,6 +205,13 @@ bool isControl(unsigned char c) {
          c != 0x1B;
 }
 
+// Is one of eight bytes below a blank? Now and then told of bytes that only follow such a one.
+bool mayHoldControls(const char* at) {
+  uint64_t bytes;
+  std::memcpy(&bytes, at, sizeof bytes);
+  return ((bytes - 0x2020202020202020U) & ~bytes & 0x8080808080808080U) != 0;
+}
+
 }  // namespace
 
 size_t validUtf8Prefix(std::string_view text) {
@@ -249,7 +256,12 @@ bool looksBinary(std::string_view head) {
   head = head.substr(0, kTellingBytes);
   size_t zeros = 0;
   size_t controls = 0;
-  for (const char c : head) {
+  for (size_t at = 0; at < head.size();) {
+    if (head.size() - at >= sizeof(uint64_t) && !mayHoldControls(head.data() + at)) {
+      at += sizeof(uint64_t);
+      continue;
+    }
+    const char c = head[at++];
     zeros += c == 0;
     controls += isControl(static_cast<unsigned char>(c));
   }

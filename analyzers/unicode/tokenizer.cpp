@@ -29,8 +29,8 @@ WordLengths wordLengths(const CVeskaIndex& index) {
           max == 0 ? kDefaultMaxWord : size_t{max} + 1};
 }
 
-void IndexingTaker::take(const char* word, size_t, uint32_t hash, bool) {
-  index_.indexWord(word, hash, record_);
+void IndexingTaker::take(const char* word, size_t bytes, uint32_t hash, bool) {
+  index_.indexWord(word, bytes, hash, record_);
 }
 
 Tokenizer::Tokenizer(const CVeskaIndex& index, WordLengths lengths, WordTaker& taker,
@@ -50,9 +50,10 @@ bool Tokenizer::text(std::string_view utf8) {
   const auto* at = reinterpret_cast<const unsigned char*>(utf8.data());
   const auto* const end = at + utf8.size();
   while (at != end) {
-    if (length_ == 0)
-      while (!(classOf_[*at] & (kStarts | kMany)))
-        if (++at == end) return true;
+    if (length_ == 0) {
+      at = cutAsciiWords(at, end);
+      if (at == end) break;
+    }
     if (classOf_[*at] & kMany) {
       at = cutCharacter(at, end);
     } else if (length_ != 0 && !(classOf_[*at] & kContinues)) {
@@ -68,6 +69,38 @@ bool Tokenizer::text(std::string_view utf8) {
 bool Tokenizer::boundary(Break) {
   endRun();
   return true;
+}
+
+// Words that lie wholly in ASCII and in this text, and what separates them. Result: where that
+// ends, with the beginning of a word that does not end there as the run.
+const unsigned char* Tokenizer::cutAsciiWords(const unsigned char* at, const unsigned char* end) {
+  while (at != end) {
+    const unsigned char byteClass = classOf_[*at];
+    if (!(byteClass & (kStarts | kMany))) {
+      ++at;
+      continue;
+    }
+    if (byteClass & kMany) return at;
+    const unsigned char* const stop = at + std::min(kMaxBytes, static_cast<size_t>(end - at));
+    unsigned char* to = run_;
+    uint32_t hash = 0;
+    do {
+      const unsigned char c = folded_[*at++];
+      hash = hashStep(hash, c);
+      *to++ = c;
+    } while (at != stop && (classOf_[*at] & kContinues));
+    const auto length = static_cast<size_t>(to - run_);
+    if (at == stop || (classOf_[*at] & kMany)) {
+      length_ = length;
+      hash_ = hash;
+      return at;
+    }
+    ++at;
+    if (length < lengths_.min || length > lengths_.max) continue;
+    *to = 0;
+    taker_.take(reinterpret_cast<char*>(run_), length, hash, false);
+  }
+  return at;
 }
 
 // A run of ASCII bytes that words may hold, up to their end or the end of the text.

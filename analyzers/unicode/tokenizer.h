@@ -68,6 +68,7 @@ class Tokenizer : public TextSink {
   static constexpr unsigned char kContinues = 2;
   static constexpr unsigned char kMany = 4;  // a byte of a character outside ASCII
 
+  const unsigned char* cutAsciiWords(const unsigned char* at, const unsigned char* end);
   const unsigned char* cutAscii(const unsigned char* at, const unsigned char* end);
   const unsigned char* cutCharacter(const unsigned char* at, const unsigned char* end);
   void append(char32_t character);
