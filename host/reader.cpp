@@ -41,6 +41,17 @@ void sortAndMerge(std::vector<Posting>& postings) {
   postings.resize(kept);
 }
 
+// The longest part of a term without wildcards: whatever matches the term holds it.
+std::string longestLiteral(const std::string& term) {
+  std::string longest;
+  for (size_t at = 0; at < term.size();) {
+    const size_t end = std::min(term.find_first_of("*?", at), term.size());
+    if (end - at > longest.size()) longest = term.substr(at, end - at);
+    at = end + 1;
+  }
+  return longest;
+}
+
 }  // namespace
 
 void failDamaged(const std::string& what) {
