@@ -187,8 +187,7 @@ bool Package::addPart(std::string_view entry, std::string_view name, std::string
   return true;
 }
 
-PartInput::PartInput(Package& package, const Package::Part& part)
-    : package_(package), part_(part) {
+PartInput::PartInput(Package& package, const Package::Part& part) : package_(package), part_(part) {
   ended_ = !open();
 }
 
@@ -278,13 +277,15 @@ bool headHoldsPart(std::string_view head, std::string_view namePrefix) {
   return false;
 }
 
-std::string_view storedFirst(std::string_view head, std::string_view name) {
+std::string_view firstPartName(std::string_view head) {
   if (!head.starts_with(kLocalMark) || head.size() < kLocalBytes) return {};
-  const size_t nameBytes = number16(head, 26);
-  const size_t dataAt = kLocalBytes + nameBytes + number16(head, 28);
-  if (number16(head, 8) != kStored || head.substr(kLocalBytes, nameBytes) != name ||
-      dataAt > head.size())
-    return {};
+  return head.substr(kLocalBytes, number16(head, 26));
+}
+
+std::string_view storedFirst(std::string_view head, std::string_view name) {
+  if (firstPartName(head) != name || number16(head, 8) != kStored) return {};
+  const size_t dataAt = kLocalBytes + name.size() + number16(head, 28);
+  if (dataAt > head.size()) return {};
   const std::string_view rest = head.substr(dataAt);
   // A size that comes after the data shows as 0.
   const size_t bytes = number32(head, 18);

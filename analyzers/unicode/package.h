@@ -110,6 +110,9 @@ class PartInput : public ByteInput {
 // Does the head of an archive show a member whose name begins so? head: its first bytes.
 bool headHoldsPart(std::string_view head, std::string_view namePrefix);
 
+// The name of the archive's first member; empty when head is no archive.
+std::string_view firstPartName(std::string_view head);
+
 // The bytes of the first member, as far as head has them, when it has that name and is stored, as
 // the media types of ODF and EPUB are; else empty.
 std::string_view storedFirst(std::string_view head, std::string_view name);

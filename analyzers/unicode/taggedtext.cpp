@@ -23,17 +23,12 @@ bool TaggedText::startTag(std::string_view name, std::string_view attributes, bo
   hideNext_ = false;
   if (!opened(name, attributes, empty)) return false;
   const TextTag* tag = find(name);
-  const unsigned roles = tag == nullptr ? 0 : tag->roles;
-  if ((roles & (kTagBreak | kTagMark)) != 0 && !story_.boundary(tag->strength)) return false;
-  if (empty) return true;
-  if (hideNext_ || (roles & kTagHidden) != 0) {
+  if (!empty && (hideNext_ || (tag != nullptr && (tag->roles & kTagHidden) != 0))) {
     hidden_ = name;
     hiddenDepth_ = 1;
     return true;
   }
-  if ((roles & kTagAside) != 0 && !beginAside()) return false;
-  if ((roles & kTagText) != 0) ++textDepth_;
-  return true;
+  return tag == nullptr || begin(*tag, empty);
 }
 
 bool TaggedText::endTag(std::string_view name) {
@@ -43,11 +38,38 @@ bool TaggedText::endTag(std::string_view name) {
     return true;
   }
   const TextTag* tag = find(name);
-  const unsigned roles = tag == nullptr ? 0 : tag->roles;
+  return (tag == nullptr || end(*tag)) && closed(name);
+}
+
+bool TaggedText::begin(const TextTag& tag, bool empty) {
+  const unsigned roles = tag.roles;
+  if ((roles & (kTagBreak | kTagMark)) != 0 && !story_.boundary(tag.strength)) return false;
+  if ((roles & kTagCell) != 0 && !story_.boundary(Break::kWord)) return false;
+  if ((roles & kTagParagraph) != 0 && !beginParagraph(empty)) return false;
+  if (empty) return true;
+  if ((roles & kTagCell) != 0) {
+    ++cells_;
+    paragraphsInCell_ = 0;
+  }
+  if ((roles & kTagAside) != 0 && !beginAside()) return false;
+  if ((roles & kTagText) != 0) ++textDepth_;
+  return true;
+}
+
+bool TaggedText::end(const TextTag& tag) {
+  const unsigned roles = tag.roles;
   if ((roles & kTagText) != 0 && textDepth_ != 0) --textDepth_;
+  if ((roles & kTagCell) != 0 && cells_ != 0) --cells_;
   if ((roles & kTagAside) != 0 && !endAside()) return false;
-  if ((roles & kTagBreak) != 0 && !story_.boundary(tag->strength)) return false;
-  return closed(name);
+  if ((roles & kTagBreak) != 0 && !story_.boundary(tag.strength)) return false;
+  if ((roles & kTagCell) != 0 && !story_.boundary(Break::kWord)) return false;
+  return (roles & kTagParagraph) == 0 ||
+         story_.boundary(cells_ == 0 ? Break::kParagraph : Break::kWord);
+}
+
+bool TaggedText::beginParagraph(bool empty) {
+  if (cells_ == 0) return story_.boundary(Break::kParagraph);
+  return empty || paragraphsInCell_++ == 0 || story_.boundary(Break::kLine);
 }
 
 bool TaggedText::characters(std::string_view utf8) {

@@ -23,12 +23,14 @@ enum TagRole : unsigned {
   kTagAside = 4,   // a note, comment or text box at its anchor; only text elements in it are text
   kTagBreak = 8,   // a break stands before and after it
   kTagMark = 16,   // a break stands before it
+  kTagCell = 32,   // the cell of a table, kept apart from the others by blanks
+  kTagParagraph = 64,  // a paragraph; in a cell, a line
 };
 
 struct TextTag {
   std::string_view name;  // without its prefix
   unsigned roles;
-  Break strength = Break::kWord;  // of the break
+  Break strength = Break::kWord;  // of kTagBreak and kTagMark
 };
 
 // Results: false when the sink wants no more.
@@ -62,6 +64,9 @@ class TaggedText : public MarkupHandler {
 
  private:
   const TextTag* find(std::string_view name) const;
+  bool begin(const TextTag& tag, bool empty);
+  bool end(const TextTag& tag);
+  bool beginParagraph(bool empty);
   bool beginAside();
   bool endAside();
 
@@ -70,8 +75,10 @@ class TaggedText : public MarkupHandler {
   size_t textDepth_ = 0;            // text elements around us, up to the nearest aside
   std::vector<size_t> textDepths_;  // outside of each aside
   size_t deeperAsides_ = 0;         // beyond the bound of those
-  std::string hidden_;              // the element that is left out
-  size_t hiddenDepth_ = 0;          // elements of its name around us
+  size_t cells_ = 0;                // around us
+  size_t paragraphsInCell_ = 0;
+  std::string hidden_;      // the element that is left out
+  size_t hiddenDepth_ = 0;  // elements of its name around us
   bool hideNext_ = false;
 };
 

@@ -19,12 +19,13 @@ constexpr TextTag kTags[] = {
     {"endnote", kTagBreak, Break::kParagraph},
     {"footnote", kTagBreak, Break::kParagraph},
     {"moveFrom", kTagHidden},
+    {"p", kTagParagraph},
     {"ptab", kTagMark, Break::kWord},
     {"rt", kTagAside},
     {"t", kTagText},
     {"tab", kTagMark, Break::kWord},
     {"tbl", kTagBreak, Break::kParagraph},
-    {"tc", kTagBreak, Break::kWord},
+    {"tc", kTagCell},
     {"tr", kTagBreak, Break::kLine},
     {"txbxContent", kTagAside},
 };
@@ -35,9 +36,7 @@ class WordText : public TaggedText {
 
  private:
   bool opened(std::string_view name, std::string_view attributes, bool empty) override {
-    if (name == "p") return beginParagraph(empty);
     if (name == "r") inRun_ = !empty, hidden_ = false;
-    if (name == "tc") paragraphsInCell_ = 0, ++cells_;
     if (name == "vanish" && inRun_) hidden_ = isOn(attributes);
     if (name == "noBreakHyphen") return story().add("\u2011");
     if (name == "softHyphen") return story().add("\u00AD");
@@ -47,18 +46,10 @@ class WordText : public TaggedText {
 
   bool closed(std::string_view name) override {
     if (name == "r") inRun_ = hidden_ = false;
-    if (name == "tc" && cells_ != 0) --cells_;
-    if (name == "p") return story().boundary(cells_ == 0 ? Break::kParagraph : Break::kWord);
     return true;
   }
 
   bool take(std::string_view utf8) override { return hidden_ || story().add(utf8); }
-
-  // The paragraphs of one cell are its lines.
-  bool beginParagraph(bool empty) {
-    if (cells_ == 0) return story().boundary(Break::kParagraph);
-    return empty || paragraphsInCell_++ == 0 || story().boundary(Break::kLine);
-  }
 
   static std::string attribute(std::string_view attributes, std::string_view name) {
     return attributeValue(Markup::kXml, attributes, name);
@@ -82,8 +73,6 @@ class WordText : public TaggedText {
 
   bool inRun_ = false;
   bool hidden_ = false;  // the run is
-  size_t cells_ = 0;     // around us
-  size_t paragraphsInCell_ = 0;
 };
 
 class WordSource : public OfficeSource {
