@@ -70,11 +70,13 @@ bool isOneOf(std::string_view name, std::initializer_list<std::string_view> name
 
 class HtmlHandler : public MarkupHandler {
  public:
-  explicit HtmlHandler(TextSink& sink) : text_(sink, false) {}
+  explicit HtmlHandler(TextSink& sink, bool showTitle = true)
+      : text_(sink, false), showTitle_(showTitle) {}
 
-  bool startTag(std::string_view name, std::string_view attributes, bool) override {
+  bool startTag(std::string_view name, std::string_view attributes, bool empty) override {
     if (!tagBreak(name)) return false;
     if (isVerbatim(name)) ++verbatim_;
+    inTitle_ = inTitle_ || (name == "title" && !empty);
     if (name == "img" || name == "area") return addWords(attribute(attributes, "alt"));
     if (name == "input") return addInput(attributes);
     if (name == "meta") return addDescription(attributes);
@@ -83,10 +85,12 @@ class HtmlHandler : public MarkupHandler {
 
   bool endTag(std::string_view name) override {
     if (isVerbatim(name) && verbatim_ != 0) --verbatim_;
+    inTitle_ = inTitle_ && name != "title";
     return tagBreak(name);
   }
 
   bool characters(std::string_view utf8) override {
+    if (inTitle_ && !showTitle_) return true;
     return verbatim_ != 0 ? text_.addVerbatim(utf8) : text_.add(utf8);
   }
 
@@ -128,7 +132,15 @@ class HtmlHandler : public MarkupHandler {
   }
 
   FlowText text_;
+  const bool showTitle_;
+  bool inTitle_ = false;
   size_t verbatim_ = 0;  // elements around us in which blanks count
+};
+
+// A page of a book: its title is for programs ("chapter07.xhtml").
+class BookPageHandler : public HtmlHandler {
+ public:
+  explicit BookPageHandler(TextSink& sink) : HtmlHandler(sink, false) {}
 };
 
 class XmlHandler : public MarkupHandler {
@@ -191,6 +203,10 @@ bool beginsWith(std::string_view text, std::string_view lowerPrefix) {
 
 std::unique_ptr<TextSource> makeHtmlSource() {
   return std::make_unique<MarkupSource<Markup::kHtml, HtmlHandler>>();
+}
+
+std::unique_ptr<TextSource> makeBookPageSource() {
+  return std::make_unique<MarkupSource<Markup::kHtml, BookPageHandler>>();
 }
 
 std::unique_ptr<TextSource> makeXmlSource() {

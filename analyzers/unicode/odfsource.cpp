@@ -65,6 +65,8 @@ constexpr std::string_view kHeaders[] = {"header",      "footer",       "header-
 constexpr std::string_view kHeaderFields[] = {"page-number", "page-count", "sheet-name", "date",
                                               "time"};
 
+constexpr size_t kLongestHeader = 65536;
+
 enum class OdfPart { kDocument, kObject };
 
 class OdfText : public TaggedText {
@@ -76,12 +78,15 @@ class OdfText : public TaggedText {
     if (name == "spreadsheet") isSheets_ = true;
     if (name == "master-page") inMasterPage_ = !empty;
     if (inMasterPage_ && name != "master-page") chooseHeader(name, attributes, empty);
+    if (name == "presentation") isSlides_ = true;
+    if (isSlides_ && name == "page-number") hide();  // of notes
     if (name != "table") return true;
     if (part_ == OdfPart::kObject) hide();  // the numbers that a chart shows
     return !isSheets_ || addSheetName(attributes);
   }
 
   bool closed(std::string_view name) override {
+    if (inHeader_ && name == "p" && !addHeaderLine()) return false;
     if (name == "master-page") inMasterPage_ = inHeader_ = false;
     if (inHeader_ && isOneOf(name, kHeaders)) inHeader_ = false;
     return true;
@@ -89,13 +94,32 @@ class OdfText : public TaggedText {
 
   void chooseHeader(std::string_view name, std::string_view attributes, bool empty) {
     if (inHeader_) {
-      if (isOneOf(name, kHeaderFields)) hide();
+      if (!isOneOf(name, kHeaderFields)) return;
+      headerHasField_ = true;
+      hide();
     } else if (!isOneOf(name, kHeaders) ||
                attributeValue(Markup::kXml, attributes, "style:display") == "false") {
       hide();
     } else {
       inHeader_ = !empty;
     }
+  }
+
+  bool take(std::string_view utf8) override {
+    if (!inHeader_) return story().add(utf8);
+    if (header_.size() < kLongestHeader) header_ += utf8;
+    return true;
+  }
+
+  // "Page 3 of 7", which most sheets have unasked, tells nothing.
+  bool addHeaderLine() {
+    constexpr auto kFewestBlanks = 2;
+    const bool tells =
+        !headerHasField_ || std::count(header_.begin(), header_.end(), ' ') > kFewestBlanks;
+    const bool more = !tells || (story().add(header_) && story().boundary(Break::kParagraph));
+    header_.clear();
+    headerHasField_ = false;
+    return more;
   }
 
   bool addSheetName(std::string_view attributes) {
@@ -106,7 +130,10 @@ class OdfText : public TaggedText {
   OdfPart part_;
   bool isSheets_ = false;
   bool inMasterPage_ = false;
+  bool isSlides_ = false;
   bool inHeader_ = false;
+  std::string header_;
+  bool headerHasField_ = false;
 };
 
 class ManifestReader : public MarkupHandler {

@@ -115,6 +115,19 @@ std::vector<Relation> relationsOf(Package& package, std::string_view part) {
   return relations;
 }
 
+RelationsById::RelationsById(const std::vector<Relation>& relations) {
+  for (const Relation& relation : relations) sorted_.push_back(&relation);
+  std::stable_sort(sorted_.begin(), sorted_.end(),
+                   [](const Relation* a, const Relation* b) { return a->id < b->id; });
+}
+
+const Relation* RelationsById::find(std::string_view id) const {
+  const auto found =
+      std::lower_bound(sorted_.begin(), sorted_.end(), id,
+                       [](const Relation* r, std::string_view wanted) { return r->id < wanted; });
+  return found == sorted_.end() || (*found)->id != id ? nullptr : *found;
+}
+
 bool deliverDrawing(Package& package, std::string_view part, TextSink& sink) {
   const Package::Part* found = package.find(part);
   if (found == nullptr) return true;

@@ -23,6 +23,16 @@ struct Relation {
 // The parts to which a part refers, in the order of the file. part: empty for the package.
 std::vector<Relation> relationsOf(Package& package, std::string_view part);
 
+// Finds relations by their ids. relations: outlives the object.
+class RelationsById {
+ public:
+  explicit RelationsById(const std::vector<Relation>& relations);
+  const Relation* find(std::string_view id) const;  // null when there is none
+
+ private:
+  std::vector<const Relation*> sorted_;
+};
+
 // The text of drawings: slides, diagrams, charts, comments.
 bool deliverDrawing(Package& package, std::string_view part, TextSink& sink);
 
