@@ -29,6 +29,7 @@ constexpr TextTag kTags[] = {
     {"frame", kTagAside},
     {"g", kTagAside},
     {"h", kTagText | kTagParagraph},
+    {"handout-master", kTagHidden},
     {"header-decl", kTagText | kTagBreak, Break::kLine},
     {"line", kTagAside},
     {"line-break", kTagMark, Break::kLine},

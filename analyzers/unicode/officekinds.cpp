@@ -4,6 +4,7 @@
 #include "analyzers/unicode/fb2source.h"
 #include "analyzers/unicode/odfsource.h"
 #include "analyzers/unicode/rtfsource.h"
+#include "analyzers/unicode/sheetsource.h"
 #include "analyzers/unicode/slidesource.h"
 #include "analyzers/unicode/wordsource.h"
 
@@ -12,6 +13,7 @@ namespace {
 
 constexpr Kind kKinds[] = {
     {"docx", "docx docm dotx dotm", true, makeWordSource, isWord},
+    {"xlsx", "xlsx xlsm xltx xltm", true, makeSheetSource, isSheets},
     {"pptx", "pptx pptm ppsx ppsm potx potm", true, makeSlideSource, isSlides},
     {"epub", "epub", true, makeEpubSource, isEpub},
     {"odf", "odt ods odp odg odf odm odb ott ots otp otg sxw sxc sxi sxd stw stc sti", true,
