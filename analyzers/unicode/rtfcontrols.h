@@ -1,10 +1,9 @@
-// The control words of RTF that bear on text, and the character sets that RTF numbers.
+// The control words of RTF that bear on text.
 
 #ifndef VESKA_ANALYZERS_UNICODE_RTFCONTROLS_H_
 #define VESKA_ANALYZERS_UNICODE_RTFCONTROLS_H_
 
 #include <cstdint>
-#include <string>
 #include <string_view>
 
 namespace veska::unicode {
@@ -41,15 +40,6 @@ struct RtfWord {
 
 // What is known of a control word; kNone when nothing is.
 RtfWord rtfWord(std::string_view name);
-
-inline constexpr unsigned kSymbolCodePage = 42;  // a font of pictures
-inline constexpr unsigned kNoCodePage = 0;
-
-// The code page of \fcharsetN; kNoCodePage when it tells none.
-unsigned codePageOfFontCharset(int charset);
-
-// Its name for a Decoder.
-std::string codePageName(unsigned codePage);
 
 }  // namespace veska::unicode
 

@@ -5,25 +5,22 @@
 #include "analyzers/unicode/rtfsource.h"
 
 #include <algorithm>
-#include <cstring>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "analyzers/unicode/charset.h"
 #include "analyzers/unicode/plaintext.h"
+#include "analyzers/unicode/rtfbytes.h"
+#include "analyzers/unicode/rtfcharset.h"
 #include "analyzers/unicode/rtfcontrols.h"
 #include "analyzers/unicode/storytext.h"
 
 namespace veska::unicode {
 namespace {
 
-constexpr size_t kBlockBytes = 65536;
 constexpr size_t kMostGroups = 65536;  // deeper ones share one state
-constexpr size_t kMostFonts = 65536;
 constexpr size_t kLongestWord = 32;
 constexpr size_t kMostGathered = 8192;
-constexpr int kEnd = -1;
 
 bool isLetter(int c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 bool isDigit(int c) { return c >= '0' && c <= '9'; }
@@ -34,44 +31,6 @@ int hexValue(int c) {
   if (c >= 'A' && c <= 'F') return c - 'A' + 10;
   return -1;
 }
-
-// The bytes one by one, or in runs.
-class Bytes {
- public:
-  explicit Bytes(ByteInput& input)
-      : input_(input), block_(std::make_unique_for_overwrite<char[]>(kBlockBytes)) {}
-
-  int peek() { return fill() ? static_cast<unsigned char>(block_[at_]) : kEnd; }
-  int next() { return fill() ? static_cast<unsigned char>(block_[at_++]) : kEnd; }
-
-  // Bytes up to the next that has a meaning, as far as they are at hand.
-  std::string_view run() {
-    const size_t from = at_;
-    while (at_ < end_ && std::strchr("\\{}\r\n\t", block_[at_]) == nullptr) ++at_;
-    return {block_.get() + from, at_ - from};
-  }
-
-  void skip(uint64_t bytes) {
-    while (bytes != 0 && fill()) {
-      const size_t count = static_cast<size_t>(std::min<uint64_t>(bytes, end_ - at_));
-      at_ += count;
-      bytes -= count;
-    }
-  }
-
- private:
-  bool fill() {
-    if (at_ < end_) return true;
-    at_ = 0;
-    end_ = input_.read(block_.get(), kBlockBytes);
-    return end_ != 0;
-  }
-
-  ByteInput& input_;
-  std::unique_ptr<char[]> block_;
-  size_t at_ = 0;
-  size_t end_ = 0;
-};
 
 // What a group inherits from the one around it and may change.
 struct Group {
@@ -95,7 +54,7 @@ class RtfReader {
   Outcome read() {
     while (more_) {
       const int c = bytes_.peek();
-      if (c == kEnd) break;
+      if (c == RtfBytes::kEnd) break;
       take(c);
     }
     gatheredEnds();
@@ -284,7 +243,7 @@ class RtfReader {
         (group().fontTable ? tableFont_ : group().font) = parameter;
         return;
       case RtfControl::kDefaultFont:
-        defaultFont_ = parameter;
+        charset_.setDefaultFont(parameter);
         return;
       case RtfControl::kPlain:
         gatheredEnds();
@@ -292,29 +251,20 @@ class RtfReader {
         group().hidden = false;
         return;
       case RtfControl::kFontCharset:
-        return setFont(codePageOfFontCharset(parameter));
+        if (group().fontTable) charset_.setFontCharset(tableFont_, parameter);
+        return;
       case RtfControl::kFontCodePage:
-        return setFont(parameter < 0 ? kNoCodePage : static_cast<unsigned>(parameter));
+        if (group().fontTable) charset_.setFontCodePage(tableFont_, parameter);
+        return;
       case RtfControl::kCharacters:
-        codePage_ = word.value;
+        charset_.setDocument(word.value);
         return;
       case RtfControl::kCodePage:
-        if (parameter > 0) codePage_ = static_cast<unsigned>(parameter);
+        if (parameter > 0) charset_.setDocument(static_cast<unsigned>(parameter));
         return;
       default:
         return;
     }
-  }
-
-  void setFont(unsigned codePage) {
-    if (!group().fontTable || codePage == kNoCodePage) return;
-    if (fonts_.size() < kMostFonts || fonts_.contains(tableFont_)) fonts_[tableFont_] = codePage;
-  }
-
-  unsigned currentCodePage() {
-    const int font = group().font >= 0 ? group().font : defaultFont_;
-    const auto found = fonts_.find(font);
-    return found == fonts_.end() ? codePage_ : found->second;
   }
 
   void kill() {
@@ -385,7 +335,7 @@ class RtfReader {
 
   void gather(std::string_view bytes) {
     if (bytes.empty() || !isShown()) return;
-    const unsigned codePage = currentCodePage();
+    const unsigned codePage = charset_.codePageOf(group().font);
     if (codePage != gatheredCodePage_) gatheredEnds();
     gatheredCodePage_ = codePage;
     gathered_ += bytes;
@@ -398,20 +348,11 @@ class RtfReader {
   }
 
   void decodeGathered(bool last) {
-    if (gatheredCodePage_ != kSymbolCodePage)
-      also(text_.add(decoderOf(gatheredCodePage_).decode(gathered_, last)));
+    also(text_.add(charset_.decode(gatheredCodePage_, gathered_, last)));
     gathered_.clear();
   }
 
-  Decoder& decoderOf(unsigned codePage) {
-    constexpr size_t kMostDecoders = 32;
-    if (decoders_.size() > kMostDecoders) decoders_.clear();
-    auto& decoder = decoders_[codePage];
-    if (decoder == nullptr) decoder = std::make_unique<Decoder>(codePageName(codePage));
-    return *decoder;
-  }
-
-  Bytes bytes_;
+  RtfBytes bytes_;
   StoryText text_;
   std::vector<Group> groups_;
   size_t deeper_ = 0;  // groups beyond those
@@ -421,11 +362,8 @@ class RtfReader {
   char32_t highSurrogate_ = 0;
   std::string character_;
 
-  unsigned codePage_ = 1252;
-  int defaultFont_ = -1;
-  int tableFont_ = -1;
-  std::unordered_map<int, unsigned> fonts_;
-  std::unordered_map<unsigned, std::unique_ptr<Decoder>> decoders_;
+  RtfCharset charset_;
+  int tableFont_ = -1;  // the font that the font table is telling of
   std::string gathered_;
   unsigned gatheredCodePage_ = kNoCodePage;
 };

@@ -69,6 +69,7 @@ NumberFormat parseNumberFormat(std::string_view code) {
   bool point = false;
   bool digits = false;
   bool month = false;
+  bool special = false;  // an exponent or a fraction, unless it is a date
   for (size_t i = 0; i < code.size() && code[i] != ';'; ++i) {
     switch (code[i]) {
       case '"':
@@ -107,7 +108,8 @@ NumberFormat parseNumberFormat(std::string_view code) {
       case 'E':
       case '/':
       case '?':
-        return format.date || format.time || month ? format : NumberFormat();
+        special = true;
+        break;
       case '0':
         digits = true;
         if (point && format.decimals < kMostDecimals)
@@ -118,6 +120,7 @@ NumberFormat parseNumberFormat(std::string_view code) {
     }
   }
   format.date = format.date || (month && !format.time);
+  if (special && !format.date && !format.time) return {};
   if (digits && !point) format.decimals = 0;
   return format;
 }
