@@ -14,7 +14,7 @@
 namespace veska::unicode {
 namespace {
 
-constexpr size_t kMostItems = 65536;
+constexpr size_t kMostItems = 16384;
 constexpr size_t kLongestName = 1024;
 
 // Tells the start tags of a part to a function, which answers whether it wants more.

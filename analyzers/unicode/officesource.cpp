@@ -10,7 +10,7 @@
 namespace veska::unicode {
 namespace {
 
-constexpr size_t kMostRelations = 65536;
+constexpr size_t kMostRelations = 16384;
 constexpr size_t kLongestName = 1024;
 
 class RelationReader : public MarkupHandler {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "analyzers/unicode/charset.h"
 #include "analyzers/unicode/markup.h"
 #include "analyzers/unicode/officesource.h"
 #include "analyzers/unicode/sharedstrings.h"
@@ -15,6 +16,8 @@ namespace veska::unicode {
 namespace {
 
 constexpr size_t kMostSheets = 65536;
+constexpr size_t kLongestName = 256;
+constexpr size_t kLongestId = 64;
 constexpr size_t kLongestValue = 65536;
 
 struct Sheet {
@@ -29,7 +32,7 @@ class WorkbookReader : public MarkupHandler {
       return attributeValue(Markup::kXml, attributes, key);
     };
     name = localName(name);
-    if (name == "sheet") sheets.push_back({value("name"), value("r:id")});
+    if (name == "sheet") addSheet(value("name"), value("r:id"));
     if (name == "workbookPr") {
       const std::string from = value("date1904");
       from1904 = from == "1" || from == "true";
@@ -41,6 +44,13 @@ class WorkbookReader : public MarkupHandler {
 
   std::vector<Sheet> sheets;
   bool from1904 = false;
+
+ private:
+  void addSheet(std::string name, const std::string& id) {
+    name.resize(std::min(name.size(), kLongestName));
+    name.resize(validUtf8Prefix(name));
+    sheets.push_back({std::move(name), id.substr(0, kLongestId)});
+  }
 };
 
 struct Workbook {

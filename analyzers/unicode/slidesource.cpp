@@ -10,11 +10,13 @@ namespace veska::unicode {
 namespace {
 
 constexpr size_t kMostSlides = 65536;
+constexpr size_t kLongestId = 64;
 
 class SlideList : public MarkupHandler {
  public:
   bool startTag(std::string_view name, std::string_view attributes, bool) override {
-    if (localName(name) == "sldId") ids.push_back(attributeValue(Markup::kXml, attributes, "r:id"));
+    if (localName(name) == "sldId")
+      ids.push_back(attributeValue(Markup::kXml, attributes, "r:id").substr(0, kLongestId));
     return ids.size() < kMostSlides;
   }
   bool endTag(std::string_view) override { return true; }

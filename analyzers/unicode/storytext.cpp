@@ -24,10 +24,14 @@ bool StoryText::Keeper::boundary(Break strength) {
   return true;
 }
 
+bool StoryText::add(std::string_view utf8) {
+  return current().add(utf8) && (kept_.bytes.size() < kMostKept || deliverAsides());
+}
+
 bool StoryText::boundary(Break strength) {
   if (!current().boundary(strength)) return false;
-  if (asides_ == 0) return strength == Break::kWord || deliverAsides();
-  return kept_.bytes.size() < kMostKept || deliverAsides();
+  const bool due = asides_ == 0 && strength == Break::kParagraph;
+  return (!due && kept_.bytes.size() < kMostKept) || deliverAsides();
 }
 
 bool StoryText::beginAside() {

@@ -20,7 +20,7 @@ class StoryText {
   explicit StoryText(TextSink& sink) : sink_(sink), main_(sink, false), aside_(kept_, false) {}
 
   // Blanks collapse to one.
-  bool add(std::string_view utf8) { return current().add(utf8); }
+  bool add(std::string_view utf8);
   bool boundary(Break strength);
 
   // From here to the matching end stands an aside. They nest; the inner ones go into the outer one.
