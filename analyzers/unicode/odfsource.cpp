@@ -163,14 +163,19 @@ bool deliverPart(Package& package, const Package::Part& part, OdfPart kind, Text
   return OdfText(kind, sink).read(input) && sink.boundary(Break::kParagraph);
 }
 
-bool deliverParts(Package& package, const Package::Part& content, TextSink& sink) {
+bool deliverPart(Package& package, std::string_view name, TextSink& sink) {
+  const Package::Part* part = package.find(name);
+  return part == nullptr || deliverPart(package, *part, OdfPart::kDocument, sink);
+}
+
+bool deliverParts(Package& package, TextSink& sink) {
   if (const Package::Part* meta = package.find("meta.xml"); meta != nullptr) {
     PartInput input(package, *meta);
     if (!deliverProperties(input, sink)) return false;
   }
-  if (!deliverPart(package, content, OdfPart::kDocument, sink)) return false;
-  const Package::Part* styles = package.find("styles.xml");
-  if (styles != nullptr && !deliverPart(package, *styles, OdfPart::kDocument, sink)) return false;
+  // A template may be styles alone.
+  if (!deliverPart(package, "content.xml", sink) || !deliverPart(package, "styles.xml", sink))
+    return false;
   return std::all_of(package.parts().begin(), package.parts().end(), [&](const auto& part) {
     return !part.name.ends_with("/content.xml") ||
            deliverPart(package, part, OdfPart::kObject, sink);
@@ -182,9 +187,9 @@ class OdfSource : public TextSource {
   Outcome deliver(ByteInput& input, const SourceRequest& request, TextSink& sink) override {
     Package package(input, request.maxExpanded);
     if (package.isOpen() && isEncrypted(package)) return Outcome::kNeedsPassword;
-    const Package::Part* content = package.find("content.xml");
-    if (content == nullptr) return Outcome::kDamaged;
-    return deliverParts(package, *content, sink) ? package.outcome() : Outcome::kStopped;
+    if (package.find("content.xml") == nullptr && package.find("styles.xml") == nullptr)
+      return Outcome::kDamaged;
+    return deliverParts(package, sink) ? package.outcome() : Outcome::kStopped;
   }
 };
 

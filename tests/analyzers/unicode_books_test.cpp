@@ -85,6 +85,16 @@ TEST(UnicodeOdf, TakesPropertiesHeadersAndTitlesOfCharts) {
   EXPECT_EQ(readDocument(bytes, "a.odt").text, "T\nK\n\nbody\n\nAnnual report, page\n\nChart\n");
 }
 
+TEST(UnicodeOdf, TemplatesMayHaveNoContents) {
+  const std::string mimetype = "application/vnd.oasis.opendocument.text-template";
+  const std::string bytes = zipArchive(
+      {{"mimetype", mimetype, false}, {"meta.xml", "<dc:title>T</dc:title>"}, {"styles.xml", ""}});
+  EXPECT_EQ(readDocument(bytes, "a.ott").text, "T\n");
+  EXPECT_EQ(readDocument(bytes, "a.ott").outcome, Outcome::kDone);
+  EXPECT_EQ(readDocument(zipArchive({{"mimetype", mimetype, false}}), "a").outcome,
+            Outcome::kDamaged);
+}
+
 TEST(UnicodeOdf, EncryptionIsTold) {
   const std::string bytes =
       odf("text", "<text:p>\x01\x02</text:p>",
