@@ -83,6 +83,22 @@ TEST(UnicodeWord, KeepsWordsWholeAndParagraphsApart) {
   }
 }
 
+// As members of archives and attachments of messages come.
+TEST(UnicodeWord, IsReadFromAStream) {
+  const std::string bytes = word("<w:p>" + run("streamed") + "</w:p>");
+  size_t at = 0;
+  unicode::StreamInput input([&](char* to, size_t wanted) {
+    const size_t count = bytes.copy(to, wanted, at);
+    at += count;
+    return count;
+  });
+  unicode::DisplayWriter writer(1000, 0);
+  unicode::SourceRequest request;
+  request.name = "attachment.bin";
+  EXPECT_EQ(unicode::deliverDocument(input, request, writer), Outcome::kDone);
+  EXPECT_EQ(writer.finish(), "streamed\n");
+}
+
 TEST(UnicodeWord, ReadsPropertiesNotesHeadersAndCharts) {
   const std::string bytes = package(
       "word/document.xml",
