@@ -12,7 +12,8 @@ constexpr size_t kMostKept = size_t{1} << 20;
 }  // namespace
 
 bool StoryText::Keeper::text(std::string_view utf8) {
-  if (broken_) bytes += pending_ == Break::kWord ? " " : pending_ == Break::kLine ? "\n" : "\n\n";
+  if (broken_ && !bytes.empty())
+    bytes += pending_ == Break::kWord ? " " : pending_ == Break::kLine ? "\n" : "\n\n";
   broken_ = false;
   bytes += utf8;
   return true;
