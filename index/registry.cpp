@@ -10,6 +10,7 @@
 #include "analyzers/externalanalyzer.h"
 #include "analyzers/gzipanalyzer.h"
 #include "analyzers/htmlanalyzer.h"
+#include "analyzers/mailboxanalyzer.h"
 #include "analyzers/mboxanalyzer.h"
 #include "analyzers/pdfanalyzer.h"
 #include "analyzers/rtfanalyzer.h"
@@ -76,10 +77,12 @@ void CVeskaIndex::createAnalyzers() {
   readExternalAnalyzers();
 }
 
-// The kinds that the text pipeline reads take the places of the 8-bit analyzers.
+// The kinds that the text pipeline reads take the places of the 8-bit analyzers. What comes as a
+// file and holds others has analyzers that record its members.
 void CVeskaIndex::addTextAnalyzers() {
   for (const veska::unicode::Kind* kind : veska::unicode::allKinds())
     analyzers[std::string(kind->name)] = std::make_unique<CTextAnalyzer>(this, *kind);
+  analyzers["mbox"] = std::make_unique<CMailboxAnalyzer>(this);
 }
 
 void CVeskaIndex::clearAnalyzers() { analyzers.clear(); }

@@ -1,7 +1,17 @@
+#include <vector>
+
 #include "analyzers/unicode/kinds.h"
+#include "analyzers/unicode/mailkinds.h"
 
 namespace veska::unicode {
 
-std::span<const Kind> documentKinds() { return {}; }
+std::span<const Kind> documentKinds() {
+  static const std::vector<Kind> kinds = [] {
+    std::vector<Kind> all;
+    for (const auto some : {mailKinds()}) all.insert(all.end(), some.begin(), some.end());
+    return all;
+  }();
+  return kinds;
+}
 
 }  // namespace veska::unicode
