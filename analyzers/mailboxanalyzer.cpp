@@ -99,3 +99,9 @@ bool CMailboxAnalyzer::extractToTempFile(const char* container, const char* memb
   }
   return false;
 }
+
+char* CMailboxAnalyzer::fillDisplayBuffer(const char* path, unsigned long fileId,
+                                          unsigned long maxBytes, int lineWidth, bool option) {
+  return CTextAnalyzer(index, *kindNamed("mbox"))
+      .fillDisplayBuffer(path, fileId, maxBytes, lineWidth, option);
+}

@@ -18,6 +18,10 @@ class VESKA_API CMailboxAnalyzer : public CContainerAnalyzer {
   // mailbox may have changed since it was indexed.
   bool extractToTempFile(const char* container, const char* member, const char* tempPath,
                          unsigned long id) override;
+
+  // The text of all messages.
+  char* fillDisplayBuffer(const char* path, unsigned long fileId, unsigned long maxBytes,
+                          int lineWidth, bool option) override;
 };
 
 #endif  // VESKA_ANALYZERS_MAILBOXANALYZER_H_

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "analyzers/analyzers.h"
+#include "analyzers/archiveanalyzer.h"
 #include "analyzers/externalanalyzer.h"
 #include "analyzers/gzipanalyzer.h"
 #include "analyzers/htmlanalyzer.h"
@@ -82,6 +83,8 @@ void CVeskaIndex::createAnalyzers() {
 void CVeskaIndex::addTextAnalyzers() {
   for (const veska::unicode::Kind* kind : veska::unicode::allKinds())
     analyzers[std::string(kind->name)] = std::make_unique<CTextAnalyzer>(this, *kind);
+  for (const ArchiveFormat& format : archiveFormats())
+    analyzers[std::string(format.name)] = std::make_unique<CArchiveAnalyzer>(this, format);
   analyzers["mbox"] = std::make_unique<CMailboxAnalyzer>(this);
 }
 

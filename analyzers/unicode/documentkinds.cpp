@@ -1,5 +1,6 @@
 #include <vector>
 
+#include "analyzers/unicode/archivesource.h"
 #include "analyzers/unicode/kinds.h"
 #include "analyzers/unicode/mailkinds.h"
 
@@ -8,7 +9,8 @@ namespace veska::unicode {
 std::span<const Kind> documentKinds() {
   static const std::vector<Kind> kinds = [] {
     std::vector<Kind> all;
-    for (const auto some : {mailKinds()}) all.insert(all.end(), some.begin(), some.end());
+    for (const auto some : {mailKinds(), archiveKinds()})
+      all.insert(all.end(), some.begin(), some.end());
     return all;
   }();
   return kinds;

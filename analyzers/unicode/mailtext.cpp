@@ -1,6 +1,7 @@
 #include "analyzers/unicode/mailtext.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "analyzers/unicode/mailheader.h"
 

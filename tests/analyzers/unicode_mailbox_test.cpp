@@ -107,7 +107,7 @@ class UnicodeMailbox : public AnalyzerTest {
     AnalyzerTest::SetUp();
     index().unicode = true;
     index().createAnalyzers();
-    include({{"*.mbox", "mbox"}, {"*.tar", "tar"}, {"*", "generic"}});
+    include({{"*.mbox", "mbox"}, {"*.zip", "zip"}, {"*", "generic"}});
   }
 
   std::string extracted(const std::string& mailbox, const std::string& member) {
@@ -151,11 +151,11 @@ TEST_F(UnicodeMailbox, MessagesAreMembersAndFoundAgain) {
 }
 
 TEST_F(UnicodeMailbox, WithinAnArchiveIsOneDocument) {
-  EXPECT_TRUE(indexNew("a.tar", tarMember("mail/inbox", kMailbox) + tarEnd()));
-  EXPECT_EQ(seenIn("omega1"), "a.tar//mail/inbox");
-  EXPECT_EQ(seenIn("lastword"), "a.tar//mail/inbox");
-  EXPECT_TRUE(indexNew("b.tar", tarMember("mail/in.mbox", kMailbox) + tarEnd()));
-  EXPECT_EQ(seenIn("lastword"), "b.tar//mail/in.mbox//c@d 2026-11-16 09:18:45-3.eml");
+  EXPECT_TRUE(indexNew("a.zip", zipArchive({{"mail/inbox", kMailbox}})));
+  EXPECT_EQ(seenIn("omega1"), "a.zip//mail/inbox");
+  EXPECT_EQ(seenIn("lastword"), "a.zip//mail/inbox");
+  EXPECT_TRUE(indexNew("b.zip", zipArchive({{"mail/in.mbox", kMailbox}})));
+  EXPECT_EQ(seenIn("lastword"), "b.zip//mail/in.mbox//c@d 2026-11-16 09:18:45-3.eml");
 }
 
 TEST_F(UnicodeMailbox, EncryptedMessagesAreToldByName) {
