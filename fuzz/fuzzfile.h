@@ -22,7 +22,7 @@ namespace veska::fuzz {
 // milliseconds.
 class FileFuzzer {
  public:
-  FileFuzzer() {
+  explicit FileFuzzer(bool unicode) : unicode_(unicode) {
     const bool inMemory = std::filesystem::is_directory("/dev/shm");
     std::string name = std::string(inMemory ? "/dev/shm" : "/tmp") + "/veska-fuzz-XXXXXX";
     if (!mkdtemp(name.data())) std::abort();
@@ -60,6 +60,7 @@ class FileFuzzer {
 
   void reset() {
     index_ = std::make_unique<CVeskaIndex>(true, folder_ + "/index/");
+    index_->unicode = unicode_;
     index_->newFileLinks();
     index_->temporaryDirectory = folder_ + "/temp";
     index_->maxPerFileRead = 1 << 18;
@@ -94,16 +95,19 @@ class FileFuzzer {
     }
   }
 
+  const bool unicode_;
   std::string folder_;
   std::unique_ptr<CVeskaIndex> index_;
   uint32_t root_ = 0;
   int reads_ = 0;
 };
 
-// Reads one input; the index serves all inputs of the process.
+// Reads one input in both modes; the indexes serve all inputs of the process.
 inline int readInput(const char* name, const uint8_t* data, size_t size) {
-  static FileFuzzer index;
-  index.read(name, {reinterpret_cast<const char*>(data), size});
+  static FileFuzzer index(false);
+  static FileFuzzer unicodeIndex(true);
+  for (FileFuzzer* const fuzzer : {&index, &unicodeIndex})
+    fuzzer->read(name, {reinterpret_cast<const char*>(data), size});
   return 0;
 }
 

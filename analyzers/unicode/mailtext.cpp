@@ -15,6 +15,10 @@ constexpr std::string_view kBegin = "-----BEGIN ";
 constexpr std::string_view kEnd = "-----END ";
 constexpr std::string_view kDashes = "-----";
 
+std::string_view bareLine(std::string_view line) {
+  return line.substr(0, line.find_last_not_of("\r\n") + 1);
+}
+
 // uuencode: the first character tells the bytes in the line, every 3 of which are 4 characters.
 bool isUuencoded(std::string_view line) {
   if (line.empty() || line.front() < ' ' || line.front() > '`') return false;
@@ -37,24 +41,41 @@ bool beginsUuencode(std::string_view line) {
 }  // namespace
 
 bool MailTextSink::text(std::string_view utf8) {
-  for (;;) {
-    const size_t feed = utf8.find('\n');
-    if (feed == npos) break;
-    const std::string_view end = utf8.substr(0, feed + 1);
+  const bool begun = !line_.empty() || lineCut_;
+  size_t feed = utf8.find('\n');
+  if (begun && feed != npos) {
+    line_ += utf8.substr(0, feed + 1);
     utf8.remove_prefix(feed + 1);
-    if (line_.empty() && !lineCut_) {
-      if (!line(end)) return false;
+    if (!endLine()) return false;
+  }
+  // Lines that stay as they are go on together.
+  std::string_view run = utf8.substr(0, 0);
+  while ((feed = utf8.find('\n')) != npos) {
+    const std::string_view whole = utf8.substr(0, feed + 1);
+    utf8.remove_prefix(feed + 1);
+    if (flow_ == Flow::kFixed && !isNoise(bareLine(whole))) {
+      run = {run.data(), run.size() + whole.size()};
       continue;
     }
-    line_ += end;
-    const bool more = lineCut_ ? sink_.text(line_) : line(line_);
-    line_.clear();
-    lineCut_ = false;
-    if (!more) return false;
+    if (!run.empty() && !sink_.text(run)) return false;
+    if (flow_ != Flow::kFixed && !line(whole)) return false;
+    run = utf8.substr(0, 0);
   }
+  if (!run.empty() && !sink_.text(run)) return false;
   line_ += utf8;
-  if (line_.size() < kMostLineBytes) return true;
-  // Nothing that is left out here has such lines.
+  return line_.size() < kMostLineBytes || cutLine();
+}
+
+// Ends the line that was begun.
+bool MailTextSink::endLine() {
+  const bool more = lineCut_ ? sink_.text(line_) : line(line_);
+  line_.clear();
+  lineCut_ = false;
+  return more;
+}
+
+// Passes on the beginning of a line so long that nothing left out here has such lines.
+bool MailTextSink::cutLine() {
   if (!lineCut_ && unended_ && !sink_.text("\n")) return false;
   lineCut_ = true;
   unended_ = goesOn_ = false;
@@ -67,16 +88,14 @@ bool MailTextSink::text(std::string_view utf8) {
 bool MailTextSink::boundary(Break strength) { return finish() && sink_.boundary(strength); }
 
 bool MailTextSink::finish() {
-  std::string last;
-  last.swap(line_);
-  if (!last.empty() && !(lineCut_ ? sink_.text(last) : line(last))) return false;
+  if (!line_.empty() && !endLine()) return false;
   lineCut_ = false;
   goesOn_ = false;
   return !std::exchange(unended_, false) || sink_.text("\n");
 }
 
 bool MailTextSink::line(std::string_view line) {
-  const std::string_view bare = line.substr(0, line.find_last_not_of("\r\n") + 1);
+  const std::string_view bare = bareLine(line);
   if (isNoise(bare)) return true;
   return flow_ == Flow::kFixed ? sink_.text(line) : flowedLine(bare);
 }

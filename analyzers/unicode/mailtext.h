@@ -31,6 +31,8 @@ class MailTextSink : public TextSink {
  private:
   enum class Within { kText, kArmour, kUuencode };
 
+  bool endLine();
+  bool cutLine();
   bool line(std::string_view line);
   bool isNoise(std::string_view line);
   bool isArmour(std::string_view line);

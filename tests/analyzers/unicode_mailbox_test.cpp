@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "analyzers/unicode/mailbox.h"
+#include "storage/filecontents.h"
 #include "tests/analyzers/analyzertest.h"
 #include "tests/analyzers/archives.h"
 #include "tests/analyzers/shown.h"
@@ -142,6 +143,8 @@ TEST_F(UnicodeMailbox, MessagesAreMembersAndFoundAgain) {
     EXPECT_EQ(extracted(name, one), kOne);
     EXPECT_EQ(extracted(name, two), kTwo + "\n");
     EXPECT_EQ(extracted(name, three), kThree);
+    CFileContents contents(&index(), record(name + "//" + three), 1000, 0, true, 0);
+    EXPECT_STREQ(contents.contents(), "third\nc@d\n16 Nov 2026 09:18:45\n\nlastword\n");
     EXPECT_EQ(extracted(name, "e@f 2026-11-15 09:18:45-2.eml"), "none");
   }
   // The first message was deleted since.
