@@ -44,6 +44,7 @@ class CompressedReader : public ArchiveReader {
         decoder_(std::move(decoder)),
         recognise_(recognise),
         buffer_(std::make_unique_for_overwrite<char[]>(kBufferBytes)) {
+    rest_ = {buffer_.get(), 0};
     setName(unpackedName(name), "WINDOWS-1252");
   }
 

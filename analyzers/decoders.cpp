@@ -62,7 +62,8 @@ struct Lzma {
   bool complete = false;
 };
 
-const Lzma& lzma() {
+// Null where the library is missing.
+const Lzma* lzma() {
   static const Lzma loaded = [] {
     Lzma functions;
     LazyLibrary library("liblzma.so.5");
@@ -72,17 +73,18 @@ const Lzma& lzma() {
     functions.complete = library.isComplete();
     return functions;
   }();
-  return loaded;
+  return loaded.complete ? &loaded : nullptr;
 }
 
 class XzDecoder : public Decoder {
  public:
   ~XzDecoder() override {
-    if (lzma().complete) lzma().end(&stream_);
+    if (library_ != nullptr) library_->end(&stream_);
   }
 
   bool begin() override {
-    return lzma().complete && lzma().decoder(&stream_, kMostMemory, 0) == LZMA_OK;
+    library_ = lzma();
+    return library_ != nullptr && library_->decoder(&stream_, kMostMemory, 0) == LZMA_OK;
   }
 
   State decode(std::string_view& in, char* to, size_t bytes, size_t* written) override {
@@ -90,7 +92,7 @@ class XzDecoder : public Decoder {
     stream_.avail_in = in.size();
     stream_.next_out = reinterpret_cast<uint8_t*>(to);
     stream_.avail_out = bytes;
-    const lzma_ret result = lzma().code(&stream_, LZMA_RUN);
+    const lzma_ret result = library_->code(&stream_, LZMA_RUN);
     in.remove_prefix(in.size() - stream_.avail_in);
     *written = bytes - stream_.avail_out;
     if (result == LZMA_STREAM_END) return State::kEnded;
@@ -98,6 +100,7 @@ class XzDecoder : public Decoder {
   }
 
  private:
+  const Lzma* library_ = nullptr;
   lzma_stream stream_ = LZMA_STREAM_INIT;
 };
 
@@ -110,7 +113,8 @@ struct Bzip2 {
   bool complete = false;
 };
 
-const Bzip2& bzip2() {
+// Null where the library is missing.
+const Bzip2* bzip2() {
   static const Bzip2 loaded = [] {
     Bzip2 functions;
     LazyLibrary library("libbz2.so.1.0");
@@ -120,7 +124,7 @@ const Bzip2& bzip2() {
     functions.complete = library.isComplete();
     return functions;
   }();
-  return loaded;
+  return loaded.complete ? &loaded : nullptr;
 }
 
 class Bzip2Decoder : public Decoder {
@@ -130,7 +134,8 @@ class Bzip2Decoder : public Decoder {
   bool begin() override {
     end();
     stream_ = {};
-    begun_ = bzip2().complete && bzip2().init(&stream_, 0, 0) == BZ_OK;
+    library_ = bzip2();
+    begun_ = library_ != nullptr && library_->init(&stream_, 0, 0) == BZ_OK;
     return begun_;
   }
 
@@ -139,7 +144,7 @@ class Bzip2Decoder : public Decoder {
     stream_.avail_in = static_cast<unsigned>(piece(in.size()));
     stream_.next_out = to;
     stream_.avail_out = static_cast<unsigned>(piece(bytes));
-    const int result = bzip2().decompress(&stream_);
+    const int result = library_->decompress(&stream_);
     in.remove_prefix(piece(in.size()) - stream_.avail_in);
     *written = piece(bytes) - stream_.avail_out;
     if (result == BZ_STREAM_END) return State::kEnded;
@@ -148,10 +153,11 @@ class Bzip2Decoder : public Decoder {
 
  private:
   void end() {
-    if (begun_) bzip2().end(&stream_);
+    if (begun_) library_->end(&stream_);
     begun_ = false;
   }
 
+  const Bzip2* library_ = nullptr;
   bz_stream stream_ = {};
   bool begun_ = false;
 };
@@ -167,7 +173,8 @@ struct Zstd {
   bool complete = false;
 };
 
-const Zstd& zstd() {
+// Null where the library is missing.
+const Zstd* zstd() {
   static const Zstd loaded = [] {
     Zstd functions;
     LazyLibrary library("libzstd.so.1");
@@ -179,32 +186,35 @@ const Zstd& zstd() {
     functions.complete = library.isComplete();
     return functions;
   }();
-  return loaded;
+  return loaded.complete ? &loaded : nullptr;
 }
 
 class ZstdDecoder : public Decoder {
  public:
+  ~ZstdDecoder() override {
+    if (stream_ != nullptr) library_->free(stream_);
+  }
+
   bool begin() override {
-    if (!zstd().complete) return false;
-    if (!stream_) stream_.reset(zstd().create());
-    return stream_ && !zstd().isError(zstd().init(stream_.get()));
+    library_ = zstd();
+    if (library_ == nullptr) return false;
+    if (stream_ == nullptr) stream_ = library_->create();
+    return stream_ != nullptr && library_->isError(library_->init(stream_)) == 0;
   }
 
   State decode(std::string_view& in, char* to, size_t bytes, size_t* written) override {
     ZSTD_inBuffer input = {in.data(), in.size(), 0};
     ZSTD_outBuffer output = {to, bytes, 0};
-    const size_t result = zstd().decompress(stream_.get(), &output, &input);
+    const size_t result = library_->decompress(stream_, &output, &input);
     in.remove_prefix(input.pos);
     *written = output.pos;
-    if (zstd().isError(result)) return State::kDamaged;
+    if (library_->isError(result) != 0) return State::kDamaged;
     return result == 0 ? State::kEnded : State::kGoesOn;
   }
 
  private:
-  struct Freer {
-    void operator()(ZSTD_DStream* stream) const { zstd().free(stream); }
-  };
-  std::unique_ptr<ZSTD_DStream, Freer> stream_;
+  const Zstd* library_ = nullptr;
+  ZSTD_DStream* stream_ = nullptr;
 };
 
 }  // namespace
