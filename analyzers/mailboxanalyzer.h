@@ -7,7 +7,7 @@
 
 #include "analyzers/container.h"
 
-class VESKA_API CMailboxAnalyzer : public CContainerAnalyzer {
+class CMailboxAnalyzer : public CContainerAnalyzer {
  public:
   using CContainerAnalyzer::CContainerAnalyzer;
 
