@@ -1,6 +1,8 @@
 #include <vector>
 
+#include "analyzers/unicode/archivesource.h"
 #include "analyzers/unicode/kinds.h"
+#include "analyzers/unicode/mailkinds.h"
 #include "analyzers/unicode/officekinds.h"
 
 namespace veska::unicode {
@@ -8,7 +10,8 @@ namespace veska::unicode {
 std::span<const Kind> documentKinds() {
   static const std::vector<Kind> kinds = [] {
     std::vector<Kind> all;
-    for (const auto some : {officeKinds()}) all.insert(all.end(), some.begin(), some.end());
+    for (const auto some : {officeKinds(), mailKinds(), archiveKinds()})
+      all.insert(all.end(), some.begin(), some.end());
     return all;
   }();
   return kinds;
