@@ -35,8 +35,10 @@ class AccentTable {
   // The words that have this base. Of a damaged file, whatever is found.
   std::vector<std::string> wordsOf(const std::string& base) const;
 
-  // Calls use for each line, until it answers false. Lines that are no entries have an empty word.
+  // Calls use for each line that holds part, until it answers false. Lines that are no entries have
+  // an empty word.
   void forEach(
+      std::string_view part,
       const std::function<bool(const std::string& base, const std::string& word)>& use) const;
 
  private:
