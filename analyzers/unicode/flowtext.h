@@ -3,6 +3,7 @@
 #ifndef VESKA_ANALYZERS_UNICODE_FLOWTEXT_H_
 #define VESKA_ANALYZERS_UNICODE_FLOWTEXT_H_
 
+#include <array>
 #include <string>
 #include <string_view>
 
@@ -10,9 +11,12 @@
 
 namespace veska::unicode {
 
-inline bool isFlowBlank(char c) {
-  return c == ' ' || c == '\n' || c == '\t' || c == '\r' || c == '\f';
-}
+inline constexpr std::array<bool, 256> kFlowBlanks = [] {
+  std::array<bool, 256> blanks{};
+  blanks[' '] = blanks['\n'] = blanks['\t'] = blanks['\r'] = blanks['\f'] = true;
+  return blanks;
+}();
+inline bool isFlowBlank(char c) { return kFlowBlanks[static_cast<unsigned char>(c)]; }
 
 // Collects the text and passes it on in large pieces. Results: false when the sink wants no more.
 class FlowText {

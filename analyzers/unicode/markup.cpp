@@ -29,6 +29,13 @@ bool equalsIgnoringCase(std::string_view text, std::string_view lowerText) {
                     [](char a, char b) { return lower(a) == b; });
 }
 
+// What ends a tag, or may hide its end.
+constexpr std::array<bool, 256> kEndsRunInTag = [] {
+  std::array<bool, 256> ends{};
+  ends['>'] = ends['"'] = ends['\''] = true;
+  return ends;
+}();
+
 // Elements whose contents are no text, and those in which tags mean nothing.
 constexpr std::array<std::string_view, 6> kHiddenElements = {"script", "style",   "template",
                                                              "iframe", "noembed", "noframes"};
@@ -178,21 +185,15 @@ class Parser {
 
   // Place of the ">" that ends the tag; one within quotes does not.
   static size_t tagEnd(std::string_view text) {
-    char quote = 0;
-    char before = 0;
-    const size_t end = std::min(text.size(), kLongestTag);
-    for (size_t i = 1; i < end; ++i) {
-      const char c = text[i];
-      if (quote != 0) {
-        if (c == quote) quote = 0;
-      } else if (c == '>') {
-        return i;
-      } else if ((c == '"' || c == '\'') && before == '=') {
-        quote = c;
-      }
-      if (!isBlank(c)) before = c;
+    text = text.substr(0, kLongestTag);
+    for (size_t at = 1;; ++at) {
+      while (at < text.size() && !kEndsRunInTag[static_cast<unsigned char>(text[at])]) ++at;
+      if (at >= text.size()) return npos;
+      if (text[at] == '>') return at;
+      size_t before = at - 1;
+      while (before != 0 && isBlank(text[before])) --before;
+      if (text[before] == '=') at = std::min(text.find(text[at], at + 1), text.size());
     }
-    return npos;
   }
 
   void giveTag(std::string_view tag, bool end) {

@@ -18,8 +18,8 @@ struct TagBreak {
   Break strength;
 };
 
-// Sorted. Other elements are inline. (HTML Living Standard, 15.3: what is displayed as a block,
-// with and without margins.)
+// By their first letters. Other elements are inline. (HTML Living Standard, 15.3: what is displayed
+// as a block, with and without margins.)
 constexpr TagBreak kHtmlBreaks[] = {
     {"address", Break::kLine},      {"article", Break::kParagraph},
     {"aside", Break::kParagraph},   {"blockquote", Break::kParagraph},
@@ -57,11 +57,26 @@ constexpr TagBreak kHtmlBreaks[] = {
     {"xmp", Break::kParagraph},
 };
 
+// Where the elements of each first letter begin, and behind them where they end.
+constexpr std::array<unsigned char, 27> kBreaksOfLetter = [] {
+  std::array<unsigned char, 27> begin{};
+  unsigned char at = 0;
+  for (size_t letter = 0; letter < begin.size(); ++letter) {
+    while (at < std::size(kHtmlBreaks) &&
+           static_cast<size_t>(kHtmlBreaks[at].name[0] - 'a') < letter)
+      ++at;
+    begin[letter] = at;
+  }
+  return begin;
+}();
+
 const TagBreak* breakOf(std::string_view name) {
-  const auto* at =
-      std::lower_bound(std::begin(kHtmlBreaks), std::end(kHtmlBreaks), name,
-                       [](const TagBreak& b, std::string_view n) { return b.name < n; });
-  return at != std::end(kHtmlBreaks) && at->name == name ? at : nullptr;
+  if (name.empty() || name[0] < 'a' || name[0] > 'z') return nullptr;
+  const auto letter = static_cast<size_t>(name[0] - 'a');
+  const auto* const end = kHtmlBreaks + kBreaksOfLetter[letter + 1];
+  const auto* const at = std::find_if(kHtmlBreaks + kBreaksOfLetter[letter], end,
+                                      [name](const TagBreak& b) { return b.name == name; });
+  return at == end ? nullptr : at;
 }
 
 bool isOneOf(std::string_view name, std::initializer_list<std::string_view> names) {
