@@ -33,8 +33,7 @@ class FlowText {
         ++at;
         continue;
       }
-      size_t end = at;
-      while (end < text.size() && !isFlowBlank(text[end])) ++end;
+      const size_t end = runEnd(text, at);
       writeBlank();
       buffer_ += text.substr(at, end - at);
       started_ = true;
@@ -66,6 +65,16 @@ class FlowText {
 
  private:
   static constexpr size_t kPieceBytes = 32768;
+
+  // Where text that is passed on as it stands ends: words with single spaces between them.
+  static size_t runEnd(std::string_view text, size_t at) {
+    const auto inRun = [text](size_t i) { return i < text.size() && !isFlowBlank(text[i]); };
+    for (;;) {
+      while (inRun(at)) ++at;
+      if (at == text.size() || text[at] != ' ' || !inRun(at + 1)) return at;
+      ++at;
+    }
+  }
 
   void writeBlank() {
     if (blank_ && started_) buffer_ += keepLines_ && sawLine_ ? '\n' : ' ';
