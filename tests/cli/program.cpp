@@ -19,7 +19,7 @@
 namespace veska::test {
 namespace {
 
-std::map<std::string, std::string> surroundings(const std::string& folder) {
+std::map<std::string, std::string> usualVariables(const std::string& folder) {
   return {{"PATH", "/usr/bin:/bin"},
           {"HOME", folder + "/user"},
           {"XDG_DATA_HOME", folder + "/data"},
@@ -36,14 +36,17 @@ int exitStatus(int status) {
 
 // In the child: never returns.
 [[noreturn]] void become(const std::vector<std::string>& words, const std::string& folder,
-                         const std::string& out, const std::string& err, bool traced) {
+                         const std::string& out, const std::string& err, bool traced,
+                         const Surroundings& surroundings) {
   std::vector<std::string> texts{VESKA_PROGRAM, "--home", folder + "/home"};
   texts.insert(texts.end(), words.begin(), words.end());
   std::vector<char*> arguments;
   for (std::string& text : texts) arguments.push_back(text.data());
   arguments.push_back(nullptr);
+  std::map<std::string, std::string> values = surroundings.variables;
+  values.merge(usualVariables(folder));
   std::vector<std::string> variables;
-  for (const auto& [name, value] : surroundings(folder)) variables.push_back(name + "=" + value);
+  for (const auto& [name, value] : values) variables.push_back(name + "=" + value);
   std::vector<char*> environment;
   for (std::string& text : variables) environment.push_back(text.data());
   environment.push_back(nullptr);
@@ -55,6 +58,11 @@ int exitStatus(int status) {
   ::dup2(output, 1);
   ::dup2(errors, 2);
   if (::chdir(folder.c_str()) != 0) ::_exit(126);
+  for (const auto& [resource, number] : surroundings.limits) {
+    const rlimit limit{number, number};
+    ::setrlimit(static_cast<__rlimit_resource>(resource), &limit);
+  }
+  ::alarm(surroundings.seconds);
   if (traced) ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
   ::execve(VESKA_PROGRAM, arguments.data(), environment.data());
   ::_exit(127);
@@ -120,14 +128,15 @@ std::ostream& operator<<(std::ostream& stream, const Outcome& outcome) {
                 << outcome.err;
 }
 
-RunningProgram::RunningProgram(std::vector<std::string> words, const std::string& folder)
+RunningProgram::RunningProgram(std::vector<std::string> words, const std::string& folder,
+                               const Surroundings& surroundings)
     : folder_(folder) {
   static std::atomic<int> runs = 0;
   const std::string base = folder + "/.run" + std::to_string(++runs);
   outPath_ = base + ".out";
   errPath_ = base + ".err";
   process_ = ::fork();
-  if (process_ == 0) become(words, folder, outPath_, errPath_, false);
+  if (process_ == 0) become(words, folder, outPath_, errPath_, false, surroundings);
   if (process_ < 0) ADD_FAILURE() << "cannot start the program";
 }
 
@@ -150,8 +159,8 @@ Outcome RunningProgram::wait() {
   return outcome;
 }
 
-Outcome ProgramTest::run(std::vector<std::string> words) const {
-  return RunningProgram(std::move(words), folder()).wait();
+Outcome ProgramTest::run(std::vector<std::string> words, const Surroundings& surroundings) const {
+  return RunningProgram(std::move(words), folder(), surroundings).wait();
 }
 
 std::string ProgramTest::out(std::vector<std::string> words) const {
@@ -185,7 +194,7 @@ std::string ProgramTest::tables() const {
 
 bool ProgramTest::runKilledBeforeChange(std::vector<std::string> words, int n) const {
   const pid_t process = ::fork();
-  if (process == 0) become(words, folder(), "/dev/null", "/dev/null", true);
+  if (process == 0) become(words, folder(), "/dev/null", "/dev/null", true, {});
   int status = 0;
   ::waitpid(process, &status, 0);  // stopped at its first instruction
   ::ptrace(PTRACE_SETOPTIONS, process, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/types.h>
 
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -21,10 +23,18 @@ struct Outcome {
 };
 std::ostream& operator<<(std::ostream& stream, const Outcome& outcome);
 
+// What is special about the surroundings of a run.
+struct Surroundings {
+  std::map<std::string, std::string> variables;  // on top of those that every run has
+  std::map<int, rlim_t> limits;                  // RLIMIT_...: the number
+  unsigned seconds = 0;                          // SIGALRM ends it then; 0: never
+};
+
 // A run that goes on beside the case.
 class RunningProgram {
  public:
-  RunningProgram(std::vector<std::string> words, const std::string& folder);
+  RunningProgram(std::vector<std::string> words, const std::string& folder,
+                 const Surroundings& surroundings = {});
   ~RunningProgram();  // kills it
   RunningProgram(const RunningProgram&) = delete;
   RunningProgram& operator=(const RunningProgram&) = delete;
@@ -44,7 +54,7 @@ class ProgramTest : public testing::Test {
  protected:
   // The home is DIR/home, the working directory DIR. Locale and colours of the surroundings are
   // off.
-  Outcome run(std::vector<std::string> words) const;
+  Outcome run(std::vector<std::string> words, const Surroundings& surroundings = {}) const;
   // out of a run that must end with status 0 and without remarks.
   std::string out(std::vector<std::string> words) const;
 
