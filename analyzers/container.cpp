@@ -5,6 +5,7 @@
 #include <memory>
 #include <utility>
 
+#include "analyzers/inputfile.h"
 #include "api/reporting.h"
 #include "index/index.h"
 
@@ -186,6 +187,13 @@ CContainerAnalyzer::Member CContainerAnalyzer::enterMember(const char* name, uns
   CFileAnalyzer* analyzer = memberAnalyzer(std::string(baseName(name)));
   if (!isWanted(analyzer)) return {};
   return {enterRecord(name, parentId, time, size), analyzer};
+}
+
+// With exact updates, the record of a file has its time only once the file was read to the end.
+int64_t CContainerAnalyzer::containerTime(const char* path, unsigned long parentId) const {
+  const int32_t recorded = index->files->info(static_cast<uint32_t>(parentId)).time;
+  return recorded == 0 && index->exactUpdate && index->expansion.depth == 1 ? InputFile(path).time()
+                                                                            : recorded;
 }
 
 std::string CContainerAnalyzer::copyPath(uint32_t recordId, std::string_view base) const {

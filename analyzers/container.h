@@ -137,6 +137,10 @@ class CContainerAnalyzer : public CFileAnalyzer {
   // All of the above, as for a member of an archive.
   Member enterMember(const char* name, unsigned long parentId, int64_t time, uint32_t size);
 
+  // The time of the container that is the record parentId, Unix seconds, for members that have none
+  // of their own.
+  int64_t containerTime(const char* path, unsigned long parentId) const;
+
   // Path of the copy of a member, empty without a temporary directory.
   std::string copyPath(uint32_t recordId, std::string_view base) const;
 

@@ -48,13 +48,6 @@ std::string CGZipAnalyzer::memberName(std::string_view path) {
   return name;
 }
 
-// With exact updates, the record of a file has its time only once the file was read to the end.
-int64_t CGZipAnalyzer::containerTime(const char* path, unsigned long parentId) const {
-  const int32_t recorded = index->files->info(static_cast<uint32_t>(parentId)).time;
-  return recorded == 0 && index->exactUpdate && index->expansion.depth == 1 ? InputFile(path).time()
-                                                                            : recorded;
-}
-
 bool CGZipAnalyzer::indexFile(const char* path, unsigned long parentId) {
   ContainerScope scope(*index, path);
   if (scope.tooDeep()) return true;

@@ -23,7 +23,6 @@ class VESKA_API CGZipAnalyzer : public CContainerAnalyzer {
                          unsigned long id) override;
 
  private:
-  int64_t containerTime(const char* path, unsigned long parentId) const;
   static std::string memberName(std::string_view path);
 };
 

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "analyzers/inputfile.h"
-#include "analyzers/unicode/textanalyzer.h"
 #include "index/index.h"
 
 namespace {
@@ -149,13 +148,6 @@ void CTarAnalyzer::indexMember(Archive& archive, ContainerScope& scope, unsigned
 // The bytes stand in the archive as they are, so that no limit on what expands concerns them.
 void CTarAnalyzer::indexInPlace(Archive& archive, const Member& member, const char* path) {
   const MemberSource source = archive.source();
-  if (auto* text = dynamic_cast<CTextAnalyzer*>(member.analyzer)) {
-    const auto read = [&source](char* to, size_t bytes) {
-      return static_cast<size_t>(std::max(source(to, bytes), 0L));
-    };
-    text->indexStream(read, path, member.id);
-    return;
-  }
   const auto chunk = std::make_unique<char[]>(kChunkBytes);
   uint64_t left = index->maxPerFileRead;
   bool firstChunk = true;

@@ -4,6 +4,7 @@
 
 #include "analyzers/unicode/characters.h"
 #include "analyzers/unicode/tokenizer.h"
+#include "analyzers/unicode/wordwalk.h"
 #include "api/guard.h"
 #include "api/veskalib.h"
 #include "index/index.h"
@@ -44,4 +45,9 @@ char* vidxSplitWords(CVeskaIndex* index, const char* text) {
 
 char* vStripMarks(const char* word) {
   return guarded(static_cast<char*>(nullptr), [&] { return copyForHost(strippedText(word)); });
+}
+
+void vidxWalkWords(CVeskaIndex* index, const char* text, unsigned long length, bool wildcards,
+                   VeskaWordCallBack use, void* context) {
+  guarded([&] { WordWalk(*index, {text, length}, wildcards).run(use, context); });
 }

@@ -244,6 +244,16 @@ VESKA_API bool vFileNameMatch(const char* name, const char* pattern);
  * behind each; null when there is no memory. Free it with vDeleteChar. */
 VESKA_API char* vidxSplitWords(CVeskaIndex* index, const char* text);
 
+/* Cuts a text of UTF-8 as documents are cut and tells each word with its place. word: as the word
+ * table has it, of any length, zero-terminated, gone after the call; it stands at text[begin] to
+ * text[end - 1]. The pairs of a run without blanks overlap. wildcards: "*" and "?" are kept as
+ * characters of the words. use must not throw ("NoMemory"). */
+enum { VESKA_WORD = 0, VESKA_SINGLE = 1, VESKA_PAIR = 2 }; /* a character without blanks; a pair */
+typedef void (*VeskaWordCallBack)(void* context, const char* word, unsigned long begin,
+                                  unsigned long end, int shape);
+VESKA_API void vidxWalkWords(CVeskaIndex* index, const char* text, unsigned long length,
+                             bool wildcards, VeskaWordCallBack use, void* context);
+
 /* The word, folded, without its accents: "cafe" of "caf\303\251". Marks that readers take for
  * letters stay (vowel signs, voicing marks). A word that has none comes back as it is. Result: to
  * be freed with vDeleteChar; null when there is no memory. */

@@ -68,7 +68,9 @@ class ConfigCommand : public Command {
               printableName(settings.roots[at], isTerminal(1)) + "\n";
     }
     if (settings.roots.empty()) text += "roots       none\n";
-    text += fmt::format("words       {} to {} bytes long\n", settings.shortestWord,
+    text += fmt::format("text        {}\n", settings.unicode ? "of every script (Unicode)"
+                                                              : "8-bit (Windows-1252)");
+    text += fmt::format("words       {} to {} characters long\n", settings.shortestWord,
                         settings.longestWord);
     text += fmt::format("limits      {} of a file, {} of an archive's member, {} of an archive\n",
                         limitText(settings.fileBytes), limitText(settings.memberBytes),
@@ -101,6 +103,7 @@ class ConfigCommand : public Command {
                        {"index", rootToText(home.tablesLink())},
                        {"cache", rootToText(home.cacheFolder())},
                        {"roots", roots},
+                       {"unicode", settings.unicode},
                        {"shortestWord", settings.shortestWord},
                        {"longestWord", settings.longestWord},
                        {"fileBytes", settings.fileBytes},

@@ -4,6 +4,7 @@
 #include <cctype>
 
 #include "cli/terminal.h"
+#include "host/charset.h"
 #include "host/errors.h"
 
 namespace veska {
@@ -33,15 +34,15 @@ std::string joinQuery(const std::vector<std::string>& arguments) {
     const size_t begin = argument.starts_with(" -") ? 1 : 0;
     text += (text.empty() ? "" : " ") + argument.substr(begin);
   }
-  return text;
+  return Charset::ofLocale().decoded(text);
 }
 
-Query parseQueryLine(const std::string& text, Catalog* catalog) {
+Query parseQueryLine(const std::string& text, Catalog& catalog, bool allWords) {
   WordRule rule;
-  if (catalog != nullptr) {
-    rule = [catalog](const std::string& word) { return catalog->whyNotIndexed(word); };
+  if (!allWords) {
+    rule = [&catalog](const std::string& word) { return catalog.whyNotIndexed(word); };
   }
-  QueryResult parsed = parseQuery(text, rule);
+  QueryResult parsed = parseQuery(text, rule, catalog.cutter());
   if (parsed.query) return std::move(*parsed.query);
   const std::string explained = explain(parsed.error, text);
   const size_t end = explained.find('\n');

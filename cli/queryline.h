@@ -17,11 +17,11 @@ namespace veska {
 void protectExclusions(std::vector<std::string>& arguments, std::string_view flags,
                        std::string_view valued);
 
-// The arguments with blanks between them.
+// The arguments with blanks between them, as UTF-8.
 std::string joinQuery(const std::vector<std::string>& arguments);
 
-// Fails with an explanation that points at the place. For words that the index cannot hold, the
-// catalog's rules; null: every word counts.
-Query parseQueryLine(const std::string& text, Catalog* catalog);
+// Fails with an explanation that points at the place. text: cut as the catalog's index is.
+// allWords: those that the index cannot hold count too.
+Query parseQueryLine(const std::string& text, Catalog& catalog, bool allWords);
 
 }  // namespace veska

@@ -135,7 +135,7 @@ int SearchCommand::run(const Context& context) {
   const std::string text = joinQuery(words_);
   const SearchOptions options = searchOptions();
   Catalog catalog(context.home);
-  const Query query = parseQueryLine(text, &catalog);
+  const Query query = parseQueryLine(text, catalog, false);
   Search search(catalog.reader(), query, catalog.corpus());
   const SearchResult result = search.run(
       options, [&catalog](FileId file, const auto& use) { return catalog.readText(file, use); });
@@ -178,16 +178,17 @@ void SearchCommand::printResults(Catalog& catalog, const Query& query,
     const std::string path = printableName(catalog.reader().path(file.file), terminal);
     const std::vector<Snippet> lines = snippets(catalog, finder, file.file);
     // An empty line sets those apart that have lines of their own.
-    std::string out = i > 0 && (hadLines || !lines.empty()) ? "\n" : "";
+    writeOut(i > 0 && (hadLines || !lines.empty()) ? "\n" : "");
     hadLines = !lines.empty();
-    out += fmt::format("{}{}{}  {}{:.2f}{}\n", palette.path, path, palette.reset, palette.dim,
-                       file.score, palette.reset);
+    writeOut(fmt::format("{}{}{}  {}{:.2f}{}\n", palette.path, path, palette.reset, palette.dim,
+                         file.score, palette.reset));
+    std::string out;
     for (const Snippet& snippet : lines) {
       out += fmt::format("  {}{}{}: ", palette.lineNumber, snippet.line, palette.reset);
       appendMarked(out, snippet.text, snippet.hits, palette);
       out += '\n';
     }
-    writeOut(out);
+    writeText(out);
     if (terminal) flushOut();
   }
 }

@@ -44,6 +44,7 @@ class TextPrinter {
  private:
   void printLine(std::string_view text, size_t begin, size_t end, const std::vector<Mark>& marks,
                  size_t mark);
+  void writeLines();
   void appendText(std::string_view text, size_t begin, size_t end);
 
   Options options_;
@@ -69,13 +70,20 @@ void TextPrinter::print(std::string_view text, bool last) {
     if (hit || !options_.onlyHits) printLine(text, printedTo_, end, marks, mark);
     printedTo_ = std::min(end + 1, text.size());
     if (out_.size() > size_t{1} << 16) {
-      writeOut(out_);
-      out_.clear();
+      writeLines();
     }
   }
-  writeOut(out_);
-  out_.clear();
+  writeLines();
   flushOut();
+}
+
+void TextPrinter::writeLines() {
+  if (options_.raw) {
+    writeOut(out_);
+  } else {
+    writeText(out_);
+  }
+  out_.clear();
 }
 
 void TextPrinter::printLine(std::string_view text, size_t begin, size_t end,
@@ -180,7 +188,7 @@ int ShowCommand::run(const Context& context) {
   }
   Catalog catalog(context.home);
   std::optional<Query> query;
-  if (!words_.empty()) query = parseQueryLine(joinQuery(words_), nullptr);
+  if (!words_.empty()) query = parseQueryLine(joinQuery(words_), catalog, true);
   const FileId file = resolve(catalog);
   const std::string reader = readerOf(catalog, catalog.reader().path(file));
   if (reader == "zip" || reader == "tar") {

@@ -127,6 +127,7 @@ class StatusCommand : public Command {
     const Json json = {{"home", rootToText(home.root())},
                        {"generation", generation.number},
                        {"version", state.version},
+                       {"unicode", state.unicode},
                        {"roots", roots},
                        {"files", state.liveFiles},
                        {"folders", state.liveFolders},

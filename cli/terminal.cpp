@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "host/charset.h"
 #include "host/encoding.h"
 #include "host/errors.h"
 
@@ -74,7 +75,10 @@ bool useColour(const std::string& choice) {
   return isTerminal(STDOUT_FILENO) && terminal != nullptr && std::string_view(terminal) != "dumb";
 }
 
-std::string printableName(std::string_view bytes, bool forTerminal) {
+namespace {
+
+// exact: the character set of a terminal that the name is for, if it is to be written in that.
+std::string withEscapes(std::string_view bytes, bool forTerminal, const Charset* exact) {
   std::string out;
   out.reserve(bytes.size());
   for (size_t at = 0;;) {
@@ -88,8 +92,10 @@ std::string printableName(std::string_view bytes, bool forTerminal) {
     std::string printed;
     if (c.valid) appendPrintable(printed, c.code);
     const std::string_view raw = bytes.substr(at, c.bytes);
-    if (c.valid && printed == raw) {
-      out += raw;
+    const bool isPrintable = c.valid && printed == raw;
+    if (isPrintable && exact != nullptr) printed = exact->exactly(raw);
+    if (isPrintable && !printed.empty()) {
+      out += printed;
     } else if (!c.valid && !forTerminal) {
       out += raw;
     } else if (byte == '\n') {
@@ -101,6 +107,19 @@ std::string printableName(std::string_view bytes, bool forTerminal) {
     }
     at += c.bytes;
   }
+}
+
+// What stdout is written in.
+bool wantsUtf8() {
+  const Charset& charset = Charset::ofLocale();
+  return charset.isUtf8() || (charset.isAscii() && !pagerReads && !isTerminal(STDOUT_FILENO));
+}
+
+}  // namespace
+
+std::string printableName(std::string_view bytes, bool forTerminal) {
+  return withEscapes(bytes, forTerminal,
+                     forTerminal && !wantsUtf8() ? &Charset::ofLocale() : nullptr);
 }
 
 Palette::Palette(bool colour) {
@@ -131,6 +150,14 @@ void writeOut(std::string_view bytes) {
   failWithErrno("the output cannot be written", errno);
 }
 
+void writeText(std::string_view utf8) {
+  if (wantsUtf8()) {
+    writeOut(utf8);
+  } else {
+    writeOut(Charset::ofLocale().encoded(utf8));
+  }
+}
+
 void flushOut() {
   if (std::fflush(stdout) == 0 || (pagerReads && errno == EPIPE)) return;
   failWithErrno("the output cannot be written", errno);
@@ -138,7 +165,10 @@ void flushOut() {
 
 void remark(std::string_view text) {
   std::fflush(stdout);
-  const std::string line = printableName(text, true) + "\n";
+  std::string line = withEscapes(text, true, nullptr) + "\n";
+  if (!Charset::ofLocale().isAscii() || isTerminal(STDERR_FILENO)) {
+    line = Charset::ofLocale().encoded(line);
+  }
   std::fwrite(line.data(), 1, line.size(), stderr);
 }
 

@@ -21,7 +21,8 @@ size_t terminalWidth(size_t otherwise);
 bool useColour(const std::string& choice);
 
 // A file name for a line of output. Control characters become \n, \t, \x1B and so on. Bytes that
-// are not UTF-8 become \xHH for a terminal; elsewhere they stay, so that the name can be used.
+// are not UTF-8, and characters that the locale lacks, become \xHH for a terminal; elsewhere they
+// stay, so that the name can be used. Result: for writeOut().
 std::string printableName(std::string_view bytes, bool forTerminal);
 
 // Escape sequences, empty without colour.
@@ -36,6 +37,9 @@ void appendMarked(std::string& out, std::string_view text,
 
 // Writes bytes to stdout, buffered. Fails when stdout cannot take them (a full disk).
 void writeOut(std::string_view bytes);
+// Writes UTF-8 in the character set of the locale; without one, only a terminal gets anything less
+// than UTF-8.
+void writeText(std::string_view utf8);
 void flushOut();
 // A remark on stderr, after what was written to stdout; one line, control characters escaped.
 void remark(std::string_view text);

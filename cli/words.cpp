@@ -10,6 +10,7 @@
 #include "cli/commands.h"
 #include "cli/terminal.h"
 #include "host/catalog.h"
+#include "host/charset.h"
 #include "host/encoding.h"
 #include "host/errors.h"
 
@@ -27,7 +28,7 @@ class WordsCommand : public Command {
     size_t files;
   };
 
-  std::vector<std::string> terms() const;
+  std::vector<std::string> terms(const WordCutter& cut) const;
   static std::vector<Counted> count(Reader& reader, const std::vector<std::string>& terms);
 
   std::vector<std::string> patterns_;
@@ -49,19 +50,29 @@ void WordsCommand::addOptions(CLI::App& app) {
 }
 
 // The patterns as the index holds words.
-std::vector<std::string> WordsCommand::terms() const {
+std::vector<std::string> WordsCommand::terms(const WordCutter& cut) const {
   std::vector<std::string> terms;
   for (const std::string& pattern : patterns_) {
-    Encoded encoded = encodeQuery(pattern);
-    if (!encoded.unknown.empty()) {
-      fail(fmt::format("no index word can hold \"{}\"", encoded.unknown),
+    const CutText pieces = cut(Charset::ofLocale().decoded(pattern));
+    if (!pieces.unknown.empty()) {
+      fail(fmt::format("no index word can hold \"{}\"", pieces.unknown),
            "the index has the letters of Western European languages only");
     }
-    fold(encoded.text);
-    terms.push_back(encoded.text);
+    for (const CutWord& word : pieces.words) {
+      terms.push_back(word.text);
+      if (word.shape != WordShape::kSingle) continue;
+      terms.push_back(word.text + '*');
+      terms.push_back('*' + word.text);
+    }
   }
-  if (terms.empty()) terms.emplace_back("*");
+  if (patterns_.empty()) terms.emplace_back("*");
   return terms;
+}
+
+// A term without accents asks for the words with them too.
+bool matches(const Reader& reader, const char* word, const std::string& term) {
+  return reader.unicode() && withoutAccents(term) == term ? reader.matchesPlain(word, term)
+                                                          : reader.matches(word, term);
 }
 
 std::vector<WordsCommand::Counted> WordsCommand::count(Reader& reader,
@@ -74,14 +85,19 @@ std::vector<WordsCommand::Counted> WordsCommand::count(Reader& reader,
   const auto plain = [](const std::string& term) {
     return term.find_first_of("*?") == std::string::npos;
   };
+  if (terms.empty()) return counted;
   if (terms.size() == 1 && plain(terms.front())) {
-    if (const WordId word = reader.lookup(terms.front()); word != 0) add(word);
+    std::vector<std::string> forms = reader.accentedFormsOf(terms.front());
+    forms.push_back(terms.front());
+    for (const std::string& form : forms) {
+      if (const WordId word = reader.lookup(form); word != 0) add(word);
+    }
     return counted;
   }
   for (WordId word = reader.firstWord(); word != 0; word = reader.nextWord(word)) {
     const char* text = reader.wordText(word);
     const bool wanted = std::any_of(terms.begin(), terms.end(), [&](const std::string& term) {
-      return term == "*" || reader.matches(text, term);
+      return term == "*" || matches(reader, text, term);
     });
     if (wanted) add(word);
   }
@@ -90,14 +106,14 @@ std::vector<WordsCommand::Counted> WordsCommand::count(Reader& reader,
 
 int WordsCommand::run(const Context& context) {
   Catalog catalog(context.home);
-  std::vector<Counted> counted = count(catalog.reader(), terms());
+  std::vector<Counted> counted = count(catalog.reader(), terms(catalog.cutter()));
   std::sort(counted.begin(), counted.end(), [this](const Counted& a, const Counted& b) {
     if (byFiles_ && a.files != b.files) return a.files > b.files;
     return std::strcmp(a.text, b.text) < 0;
   });
   if (limit_ != 0 && counted.size() > limit_) counted.resize(limit_);
   for (const Counted& word : counted) {
-    writeOut(fmt::format("{}\t{}\n", word.files, printableName(toUtf8(word.text), true)));
+    writeText(fmt::format("{}\t{}\n", word.files, printableText(word.text)));
   }
   flushOut();
   return counted.empty() ? kExitNothingFound : kExitDone;

@@ -21,6 +21,8 @@ namespace veska::fuzz {
 // milliseconds.
 class FileFuzzer {
  public:
+  explicit FileFuzzer(bool unicode) : unicode_(unicode) {}
+
   // Indexes the bytes as a file of that name with the analyzer that the name selects, and shows the
   // first records that come out of it.
   void read(const std::string& name, std::string_view bytes) {
@@ -43,7 +45,7 @@ class FileFuzzer {
   static constexpr unsigned long kShownBytes = 1 << 16;
 
   void renew() {
-    owner_ = std::make_unique<FuzzIndex>();
+    owner_ = std::make_unique<FuzzIndex>(unicode_);
     CVeskaIndex& index = *owner_->get();
     index.temporaryDirectory = owner_->folder() + "/temp";
     std::filesystem::create_directory(index.temporaryDirectory);
@@ -74,15 +76,18 @@ class FileFuzzer {
     }
   }
 
+  const bool unicode_;
   std::unique_ptr<FuzzIndex> owner_;
   uint32_t root_ = 0;
   int reads_ = 0;
 };
 
-// Reads one input; the index serves all inputs of the process.
+// Reads one input in both modes; the indexes serve all inputs of the process.
 inline int readInput(const char* name, const uint8_t* data, size_t size) {
-  static FileFuzzer index;
-  index.read(name, {reinterpret_cast<const char*>(data), size});
+  static FileFuzzer index(false);
+  static FileFuzzer unicodeIndex(true);
+  for (FileFuzzer* const fuzzer : {&index, &unicodeIndex})
+    fuzzer->read(name, {reinterpret_cast<const char*>(data), size});
   return 0;
 }
 

@@ -27,13 +27,14 @@ inline std::filesystem::path topFolder() {
 // Removes its folder when the program ends.
 class FuzzIndex {
  public:
-  FuzzIndex() : folder_(topFolder() / "veska-fuzz-XXXXXX") {
+  explicit FuzzIndex(bool unicode = false) : folder_(topFolder() / "veska-fuzz-XXXXXX") {
     if (mkdtemp(folder_.data()) == nullptr) std::abort();
     // So deep that its configuration directory is the folder.
     const std::string indexPath = folder_ + "/a/b/index/";
     std::filesystem::create_directories(indexPath);
     index_ = vCreateNewIndex(true, indexPath.c_str());
     if (index_ == nullptr) std::abort();
+    vidxSetUnicode(index_, unicode);
     for (int b = 1; b < 256; ++b) {
       const bool letter = (b < 128 && isalnum(b) != 0) || b >= 0xC0;
       vidxSetValidCharMask(index_, b, letter);

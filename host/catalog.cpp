@@ -4,21 +4,38 @@
 
 #include <algorithm>
 
+#include "host/encoding.h"
+
 namespace veska {
+namespace {
+
+// Whether the word is of a script without blanks: those have words of any length.
+bool isUnspaced(CVeskaIndex* index, const std::string& word) {
+  bool unspaced = false;
+  const auto look = [&](const char*, size_t, size_t, WordShape shape) {
+    unspaced = shape != WordShape::kWord;
+  };
+  if (isBeyondAscii(word)) walkUnicodeWords(index, word, false, look);
+  return unspaced;
+}
+
+}  // namespace
 
 Catalog::Catalog(const Home& home)
     : home_(home),
       generation_(home.requireCurrent()),
-      session_(Session::open(generation_.path)),
-      reader_(session_.index()) {}
+      state_(readState(generation_.path).value_or(State{})),
+      session_(Session::open(generation_.path, state_.unicode)),
+      reader_(state_.unicode ? Reader(session_.index(), generation_.path)
+                             : Reader(session_.index())) {}
 
-const State& Catalog::state() {
-  if (!state_) state_ = readState(generation_.path).value_or(State{});
-  return *state_;
+WordCutter Catalog::cutter() const {
+  if (!state_.unicode) return cutBytes;
+  return [index = session_.index()](std::string_view text) { return cutUnicode(index, text); };
 }
 
 const Settings& Catalog::settings() {
-  if (!settings_) settings_ = readSettings(home_.settingsFile());
+  if (!settings_) settings_ = readSettings(home_.settingsFile()).forText(state_.unicode);
   return *settings_;
 }
 
@@ -43,14 +60,15 @@ bool Catalog::readText(FileId file, const std::function<void(std::string_view te
 }
 
 std::string Catalog::whyNotIndexed(const std::string& word) {
-  if (reader_.lookup(word) != 0) return {};
+  if (reader_.lookup(word) != 0 || !reader_.accentedFormsOf(word).empty()) return {};
   if (reader_.isSkipWord(word)) return "it is a skip word";
   const auto shortest = static_cast<size_t>(std::max(settings().shortestWord, 0));
   const auto longest = static_cast<size_t>(std::max(settings().longestWord, 0));
-  if (word.size() < shortest) {
+  const size_t length = state_.unicode ? characterCount(word) : word.size();
+  if (length < shortest && !(state_.unicode && isUnspaced(session_.index(), word))) {
     return fmt::format("words of fewer than {} letters are not indexed", shortest);
   }
-  if (longest != 0 && word.size() > longest) {
+  if (longest != 0 && length > longest) {
     return fmt::format("words of more than {} letters are not indexed", longest);
   }
   return {};

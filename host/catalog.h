@@ -16,6 +16,7 @@
 #include "host/session.h"
 #include "host/settings.h"
 #include "host/state.h"
+#include "host/words.h"
 
 namespace veska {
 
@@ -26,8 +27,10 @@ class Catalog {
   explicit Catalog(const Home& home);
 
   Reader& reader() { return reader_; }
+  // That of the index.
+  WordCutter cutter() const;
   const Generation& generation() const { return generation_; }
-  const State& state();
+  const State& state() const { return state_; }
   const Settings& settings();
   Corpus corpus();
 
@@ -44,9 +47,9 @@ class Catalog {
  private:
   const Home& home_;
   Generation generation_;
+  State state_;
   Session session_;
   Reader reader_;
-  std::optional<State> state_;
   std::optional<Settings> settings_;
   std::unique_ptr<ScratchFolder> scratch_;  // null until contents are asked for
 };

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,7 +22,21 @@ struct DefaultGroup {
 
 // In order: a file goes to the first pattern that matches it, so what is met most often comes
 // first.
-constexpr DefaultGroup kInclude[] = {
+constexpr DefaultGroup kUnicodeInclude[] = {
+    {"Mark-up, PDF and RTF: a converter of that name in externanalyzers.txt comes first.", "html",
+     "*.html *.htm *.xhtml"},
+    {"", "pdf", "*.pdf"},
+    {"", "rtf", "*.rtf"},
+    {"Archives; what is in them is chosen by these same patterns.", "gzip", "*.gz *.tgz"},
+    {"", "zip", "*.zip *.jar"},
+    {"", "tar", "*.tar"},
+    {"Mailboxes.", "mbox", "*.mbox *.mbx"},
+    {"All else: the kind is told by the name and by the first bytes. Data that is no document is\n"
+     "# not read.",
+     "generic", "*"},
+};
+
+constexpr DefaultGroup kBytesInclude[] = {
     {"Plain text and source code.", "generic",
      "*.txt *.md *.h *.c *.cpp *.hpp *.py *.js *.ts *.java *.rs *.go *.cc *.cxx *.hh *.rst "
      "*.json *.yaml *.yml *.toml *.ini *.conf *.cfg *.sh *.tex *.bib *.org *.adoc *.csv "
@@ -93,14 +108,23 @@ std::string listText(std::string_view patterns, std::string_view indent) {
   return text + line.substr(0, line.size() - 1) + "\n";
 }
 
+std::span<const DefaultGroup> groupsFor(bool unicode) {
+  if (unicode) return kUnicodeInclude;
+  return kBytesInclude;
+}
+
 constexpr std::string_view kTopText =
-    R"(# What Veska indexes, and how. After a change run `veska update`; when patterns, word lengths or
-# limits changed, `veska rebuild` applies them to the files that are indexed already.
+    R"(# What Veska indexes, and how. After a change run `veska update`; when patterns, word lengths,
+# limits or `unicode` changed, `veska rebuild` applies them to the files that are indexed already.
 
 # The folders to index, with all that lies below them. `veska index DIR` adds to this list; a folder
 # taken out of it leaves the index with the next update.
 roots = [
 ]
+
+# true: words of every script, whatever character set documents are written in. false: the letters
+# of Western European languages (Windows-1252).
+unicode = true
 
 # Patterns are tested against the full path: "*" is any run of characters ("/" too), "?" any one,
 # capitals do not count. Between patterns "&", "|" and "^" (and not) may stand in this list, not below.
@@ -110,20 +134,28 @@ exclude = [
 
 constexpr std::string_view kIncludeText =
     R"(
-# Which files are read, and by which reader: generic (plain text), html, rtf, pdf, zip, tar, gzip,
-# mbox, macroman, dosoem, or one defined in externanalyzers.txt. The first pattern that matches
-# decides; one name a pattern. Files that match none are known by name only.
+# Which files are read, and by which reader. These are the defaults; as soon as one section stands
+# here without "#", the sections here are all that counts. Readers: generic (tells the kind of a file
+# by its name and content), html, rtf, pdf, zip, tar, gzip, mbox, macroman and dosoem (text in old
+# character sets), or one defined in externanalyzers.txt. The first pattern that matches decides; one
+# name a pattern. Files that match none are known by name only.
 )";
 
 }  // namespace
 
-Settings defaultSettings() {
-  Settings settings;
-  for (const DefaultGroup& group : kInclude) {
+std::vector<IncludePattern> defaultInclude(bool unicode) {
+  std::vector<IncludePattern> include;
+  for (const DefaultGroup& group : groupsFor(unicode)) {
     for (const std::string_view pattern : split(group.patterns)) {
-      settings.include.push_back({std::string(pattern), std::string(group.reader)});
+      include.push_back({std::string(pattern), std::string(group.reader)});
     }
   }
+  return include;
+}
+
+Settings defaultSettings() {
+  Settings settings;
+  settings.include = defaultInclude(settings.unicode);
   for (const ExcludeGroup& group : kExclude) {
     for (const std::string_view pattern : split(group.patterns))
       settings.exclude.emplace_back(pattern);
@@ -141,8 +173,8 @@ std::string defaultSettingsText() {
   fmt::format_to(std::back_inserter(text), R"(]
 
 [words]
-shortest = {}  # bytes; shorter words are not indexed
-longest = {}   # bytes; longer ones neither
+shortest = {}  # characters; shorter words are not indexed
+longest = {}   # characters; longer ones neither
 
 [limits]
 file_megabytes = {}       # read of one file at most
@@ -156,10 +188,11 @@ record_all_files = {}   # know files that no reader reads by name
                  megabytes(settings.memberBytes), megabytes(settings.archiveBytes),
                  settings.archiveLevels, settings.converterSeconds, settings.recordAllFiles);
   text += kIncludeText;
-  for (const DefaultGroup& group : kInclude) {
+  for (const DefaultGroup& group : groupsFor(settings.unicode)) {
     if (!group.comment.empty()) fmt::format_to(std::back_inserter(text), "\n# {}", group.comment);
-    fmt::format_to(std::back_inserter(text), "\n[[include]]\nreader = \"{}\"\npatterns = [\n{}]\n",
-                   group.reader, listText(group.patterns, "  "));
+    fmt::format_to(std::back_inserter(text),
+                   "\n#[[include]]\n#reader = \"{}\"\n#patterns = [\n{}#]\n", group.reader,
+                   listText(group.patterns, "#  "));
   }
   return text;
 }

@@ -1,5 +1,7 @@
 #include "host/encoding.h"
 
+#include <utf8proc.h>
+
 #include <algorithm>
 
 namespace veska {
@@ -198,10 +200,35 @@ void appendPrintable(std::string& out, char32_t code) {
   appendUtf8(out, control || direction ? kReplacement : code);
 }
 
+std::string printableText(std::string_view text) {
+  std::string out;
+  for (size_t at = 0; at < text.size();) {
+    const DecodedChar c = decodeUtf8(text, at);
+    appendPrintable(out, c.valid ? c.code : characterOf(byteAt(text, at)));
+    at += c.bytes;
+  }
+  return out;
+}
+
 size_t characterCount(std::string_view utf8) {
   return static_cast<size_t>(std::count_if(utf8.begin(), utf8.end(), [](char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
   }));
+}
+
+size_t columnsOf(char32_t code) {
+  if (code < 0x300) return 1;
+  return static_cast<size_t>(std::max(utf8proc_charwidth(static_cast<utf8proc_int32_t>(code)), 0));
+}
+
+size_t columnCount(std::string_view text) {
+  size_t columns = 0;
+  for (size_t at = 0; at < text.size();) {
+    const DecodedChar c = decodeUtf8(text, at);
+    columns += c.valid ? columnsOf(c.code) : 1;
+    at += c.bytes;
+  }
+  return columns;
 }
 
 void fold(std::string& text) {

@@ -49,8 +49,15 @@ std::string toUtf8(std::string_view text);
 // direction of the text around them become U+FFFD.
 void appendPrintable(std::string& out, char32_t code);
 
-// The number of terminal cells, roughly: one for each character of a UTF-8 text.
+// Text of a document or a word of the index as UTF-8 (toUtf8()) of such characters.
+std::string printableText(std::string_view text);
+
+// The number of characters of a UTF-8 text.
 size_t characterCount(std::string_view utf8);
+// The columns that a character takes in a terminal: 0, 1 or 2.
+size_t columnsOf(char32_t code);
+// The same of a text; bytes that are not UTF-8 take one each.
+size_t columnCount(std::string_view text);
 
 // Lower case as the engine folds it. Deliberate: 0xC0 stays as it is.
 constexpr std::array<unsigned char, 256> makeFoldTable() {
@@ -77,12 +84,12 @@ inline char foldByte(char byte) {
 }
 void fold(std::string& text);
 
-// Bytes that make up words: letters and digits of Windows-1252 and the underscore. The session sets
+// Bytes that make up words: letters and digits of Windows-1252. The session sets
 // the engine's character classes from this, so that queries are split as documents are.
 constexpr bool isWordByte(unsigned char byte) {
   if (byte < 0x80) {
     return (byte >= '0' && byte <= '9') || (byte >= 'a' && byte <= 'z') ||
-           (byte >= 'A' && byte <= 'Z') || byte == '_';
+           (byte >= 'A' && byte <= 'Z');
   }
   switch (byte) {
     case 0x83:

@@ -15,10 +15,16 @@ constexpr size_t kLongestWord = 255;
 
 class PhraseScan {
  public:
-  PhraseScan(const uint32_t* words, size_t count, size_t queryWords)
-      : count_(count), blocks_((count + 63) / 64), masks_(queryWords * blocks_, 0) {
+  // Of the leaf's words, those of one side: `count` from the word `from` on.
+  PhraseScan(const QueryLeaf& leaf, size_t from, size_t count, size_t queryWords)
+      : count_(count),
+        blocks_((count + 63) / 64),
+        masks_(queryWords * blocks_, 0),
+        glued_(blocks_, 0) {
     for (size_t i = 0; i < count; ++i) {
-      masks_[words[i] * blocks_ + i / 64] |= uint64_t{1} << (i % 64);
+      const uint64_t bit = uint64_t{1} << (i % 64);
+      masks_[leaf.words[from + i] * blocks_ + i / 64] |= bit;
+      if (!leaf.glued.empty() && leaf.glued[from + i]) glued_[i / 64] |= bit;
     }
   }
 
@@ -28,11 +34,14 @@ class PhraseScan {
     std::vector<uint64_t> state(blocks_, 0);
     std::vector<uint64_t> mask(blocks_, 0);
     uint32_t expected = 0;
+    size_t lastEnd = 0;
     for (size_t at = 0; at < hits.size();) {
       const uint32_t ordinal = hits[at].ordinal;
       if (ordinal != expected) std::fill(state.begin(), state.end(), 0);
       expected = ordinal + 1;
       std::fill(mask.begin(), mask.end(), 0);
+      const bool overlaps = hits[at].offset < lastEnd;
+      lastEnd = hits[at].offset + hits[at].length;
       for (; at < hits.size() && hits[at].ordinal == ordinal; ++at) {
         for (size_t i = 0; i < blocks_; ++i) mask[i] |= masks_[hits[at].word * blocks_ + i];
       }
@@ -40,6 +49,7 @@ class PhraseScan {
       for (size_t i = 0; i < blocks_; ++i) {
         const uint64_t out = state[i] >> 63;
         state[i] = ((state[i] << 1) | carry) & mask[i];
+        if (!overlaps) state[i] &= ~glued_[i];
         carry = out;
       }
       const size_t last = count_ - 1;
@@ -54,6 +64,7 @@ class PhraseScan {
   size_t count_;
   size_t blocks_;
   std::vector<uint64_t> masks_;  // for each word of the query: where in the phrase it stands
+  std::vector<uint64_t> glued_;  // which words of the phrase overlap the one before
 };
 
 // An occurrence of a leaf: runs of words that belong to it.
@@ -88,7 +99,7 @@ std::vector<Run> runsOf(const QueryLeaf& leaf, const std::vector<WordHit>& hits,
                         bool firstOnly) {
   std::vector<Run> runs;
   const auto scan = [&](size_t from, size_t count) {
-    return PhraseScan(leaf.words.data() + from, count, queryWords).starts(hits);
+    return PhraseScan(leaf, from, count, queryWords).starts(hits);
   };
   if (leaf.kind != QueryLeaf::Kind::kNear) {
     for (const uint32_t start : scan(0, leaf.words.size())) {
@@ -120,23 +131,55 @@ std::vector<Run> runsOf(const QueryLeaf& leaf, const std::vector<WordHit>& hits,
 
 }  // namespace
 
-HitFinder::HitFinder(const Reader& reader, const Query& query) : reader_(reader), query_(query) {
-  for (uint32_t number = 0; number < query.words.size(); ++number) {
-    const QueryWord& word = query.words[number];
-    const bool anyStart = word.text.front() == '*' || word.text.front() == '?';
-    if (anyStart) mayStart_.fill(true);
-    mayStart_[static_cast<unsigned char>(word.text.front())] = true;
-    if (word.wildcard) {
-      wildcards_.push_back(number);
-    } else {
-      literals_.push_back({word.text, number});
-    }
-  }
+HitFinder::HitFinder(Reader& reader, const Query& query) : reader_(reader), query_(query) {
+  for (uint32_t number = 0; number < query.words.size(); ++number) addWord(number);
   std::sort(literals_.begin(), literals_.end(),
             [](const Literal& a, const Literal& b) { return a.text < b.text; });
 }
 
+void HitFinder::addWord(uint32_t number) {
+  const QueryWord& word = query_.words[number];
+  mayStartWith(word.text);
+  if (word.wildcard) {
+    wildcards_.push_back(number);
+    plain_.push_back(reader_.unicode() && withoutAccents(word.text) == word.text);
+    if (plain_.back()) std::fill(mayStart_.begin() + 0x80, mayStart_.end(), true);
+  } else if (word.single) {
+    singles_.push_back(number);
+    std::fill(mayStart_.begin() + 0x80, mayStart_.end(), true);
+  } else {
+    literals_.push_back({word.text, number});
+    for (std::string& form : reader_.accentedFormsOf(word.text)) {
+      mayStartWith(form);
+      literals_.push_back({std::move(form), number});
+    }
+  }
+}
+
+void HitFinder::mayStartWith(std::string_view text) {
+  if (text.empty()) return;
+  if (text.front() == '*' || text.front() == '?') mayStart_.fill(true);
+  mayStart_[static_cast<unsigned char>(text.front())] = true;
+}
+
 std::vector<WordHit> HitFinder::find(std::string_view text) const {
+  return reader_.unicode() ? findInUnicode(text) : findInBytes(text);
+}
+
+std::vector<WordHit> HitFinder::findInUnicode(std::string_view text) const {
+  std::vector<WordHit> hits;
+  uint32_t ordinal = 0;
+  walkUnicodeWords(reader_.index(), text, false,
+                   [&](const char* word, size_t begin, size_t end, WordShape shape) {
+                     const Place place{ordinal++, begin, end};
+                     if (!mayStart_[static_cast<unsigned char>(word[0])]) return;
+                     matchWord(word, place, hits);
+                     if (shape != WordShape::kWord) matchSingles(text, word, place, hits);
+                   });
+  return hits;
+}
+
+std::vector<WordHit> HitFinder::findInBytes(std::string_view text) const {
   std::vector<WordHit> hits;
   std::array<char, kLongestWord + 1> folded;
   uint32_t ordinal = 0;
@@ -155,24 +198,44 @@ std::vector<WordHit> HitFinder::find(std::string_view text) const {
       std::transform(text.begin() + static_cast<ptrdiff_t>(begin),
                      text.begin() + static_cast<ptrdiff_t>(at), folded.begin(), foldByte);
       folded[length] = '\0';
-      matchWord({folded.data(), length}, ordinal, begin, hits);
+      matchWord({folded.data(), length}, {ordinal, begin, at}, hits);
     }
     ++ordinal;
   }
   return hits;
 }
 
-void HitFinder::matchWord(std::string_view folded, uint32_t ordinal, size_t offset,
+// folded: zero-terminated.
+void HitFinder::matchWord(std::string_view folded, const Place& place,
                           std::vector<WordHit>& hits) const {
+  const size_t length = place.end - place.begin;
   const auto literal =
       std::lower_bound(literals_.begin(), literals_.end(), folded,
                        [](const Literal& a, std::string_view text) { return a.text < text; });
-  if (literal != literals_.end() && literal->text == folded) {
-    hits.push_back({ordinal, literal->word, offset, folded.size()});
+  for (auto each = literal; each != literals_.end() && each->text == folded; ++each) {
+    hits.push_back({place.ordinal, each->word, place.begin, length});
   }
-  for (const uint32_t number : wildcards_) {
-    if (reader_.matches(folded.data(), query_.words[number].text)) {
-      hits.push_back({ordinal, number, offset, folded.size()});
+  for (size_t i = 0; i < wildcards_.size(); ++i) {
+    const std::string& term = query_.words[wildcards_[i]].text;
+    const bool matches = plain_[i] ? reader_.matchesPlain(folded.data(), term)
+                                   : reader_.matches(folded.data(), term);
+    if (matches) hits.push_back({place.ordinal, wildcards_[i], place.begin, length});
+  }
+}
+
+// A single character in a pair: the hit is that character alone.
+void HitFinder::matchSingles(std::string_view text, std::string_view folded, const Place& place,
+                             std::vector<WordHit>& hits) const {
+  size_t last = place.end;
+  while (last > place.begin && (static_cast<unsigned char>(text[--last]) & 0xC0) == 0x80) {
+  }
+  for (const uint32_t number : singles_) {
+    const std::string& character = query_.words[number].text;
+    if (folded.starts_with(character)) {
+      const size_t length = decodeUtf8(text, place.begin).bytes;
+      hits.push_back({place.ordinal, number, place.begin, length});
+    } else if (folded.ends_with(character)) {
+      hits.push_back({place.ordinal, number, last, place.end - last});
     }
   }
 }

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -32,7 +33,7 @@ struct Mark {
 // linear in it, however the query looks.
 class HitFinder {
  public:
-  HitFinder(const Reader& reader, const Query& query);
+  HitFinder(Reader& reader, const Query& query);
 
   // All of them, by ordinal; a word of the text that several words of the query match comes for
   // each.
@@ -43,18 +44,32 @@ class HitFinder {
   std::vector<Mark> marks(const std::vector<WordHit>& hits) const;
 
  private:
+  // A text that a word of the query is found as: its own, or one with accents.
   struct Literal {
-    std::string_view text;
+    std::string text;
     uint32_t word;
   };
+  // A word of the text.
+  struct Place {
+    uint32_t ordinal;
+    size_t begin;
+    size_t end;
+  };
 
-  void matchWord(std::string_view folded, uint32_t ordinal, size_t offset,
-                 std::vector<WordHit>& hits) const;
+  void addWord(uint32_t number);
+  void mayStartWith(std::string_view text);
+  std::vector<WordHit> findInBytes(std::string_view text) const;
+  std::vector<WordHit> findInUnicode(std::string_view text) const;
+  void matchWord(std::string_view folded, const Place& place, std::vector<WordHit>& hits) const;
+  void matchSingles(std::string_view text, std::string_view folded, const Place& place,
+                    std::vector<WordHit>& hits) const;
 
-  const Reader& reader_;
+  Reader& reader_;
   const Query& query_;
   std::vector<Literal> literals_;     // sorted by text
   std::vector<uint32_t> wildcards_;   // numbers in Query::words
+  std::vector<bool> plain_;           // of these: have no accents
+  std::vector<uint32_t> singles_;     // numbers in Query::words
   std::array<bool, 256> mayStart_{};  // whether some word can start with the byte
 };
 

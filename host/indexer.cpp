@@ -12,6 +12,7 @@
 #include <ctime>
 #include <utility>
 
+#include "host/accents.h"
 #include "host/errors.h"
 #include "host/files.h"
 #include "host/signals.h"
@@ -162,7 +163,9 @@ void Indexer::look() {
     return;
   }
   progress_.phase("looking for changes");
-  Session session = Session::open(base_->path);
+  // Until a rebuild the index goes on as it was made.
+  settings_ = settings_.forText(earlier_.unicode);
+  Session session = Session::open(base_->path, earlier_.unicode);
   const std::vector<uint64_t> cached = cachedRecords(home_, earlier_.lineage);
   ChangeFinder finder(session.index(), settings_, earlier_, earlierProblems_, home_.root());
   changes_ = finder.find(cached, interrupted_);
@@ -194,6 +197,7 @@ void Indexer::build(NewGeneration& next) {
     earlier_ = State{};
     earlier_.lineage = newLineage();
     earlier_.settings = fingerprint();
+    earlier_.unicode = settings_.unicode;
   }
   scratch_ = home_.cacheFolder(earlier_.lineage);
   makePrivateFolder(scratch_);
@@ -206,8 +210,8 @@ void Indexer::build(NewGeneration& next) {
     return !haltRequested();
   };
   hooks.problem = [this](std::string_view key, std::string_view path) { noteProblem(key, path); };
-  Session session = base_ ? Session::open(next.path(), std::move(hooks))
-                          : Session::create(next.path(), std::move(hooks));
+  Session session = base_ ? Session::open(next.path(), earlier_.unicode, std::move(hooks))
+                          : Session::create(next.path(), earlier_.unicode, std::move(hooks));
   index = session.index();
   result_.unknownReaders = session.applySettings(settings_, scratch_);
   session.prepareRun(earlier_, result_.state.referenceTime, base_.has_value());
@@ -301,6 +305,7 @@ void Indexer::save(Session& session, NewGeneration& next) {
   state.version = VESKA_VERSION;
   state.lineage = earlier_.lineage;
   state.settings = earlier_.settings;
+  state.unicode = earlier_.unicode;
   state.complete = !result_.halted;
   state.roots = settings_.roots;
   state.missingRoots = changes_.missingRoots;
@@ -312,6 +317,7 @@ void Indexer::save(Session& session, NewGeneration& next) {
   result_.bytesRead = state.bytesRead - earlier_.bytesRead;
   result_.contentsRead = state.contentsIndexed - earlier_.contentsIndexed;
   countRecords(index, &state);
+  if (state.unicode) writeAccents(index, next.path());
   session.close();
   removeTree(next.path() + "temp");
   finishProblems(next.path());

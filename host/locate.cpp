@@ -33,7 +33,8 @@ bool isRecord(const Reader& reader, FileId number) {
   return file != 0 && file == number;
 }
 
-std::optional<FileId> locateNumber(Reader reader, const std::string& typed) {
+std::optional<FileId> locateNumber(CVeskaIndex* index, const std::string& typed) {
+  Reader reader(index);
   FileId number = 0;
   const char* end = typed.data() + typed.size();
   const auto [rest, error] = std::from_chars(typed.data(), end, number);
@@ -83,7 +84,7 @@ FileId locate(const Reader& reader, const std::string& typed) {
     if (error) continue;
     if (const auto file = locatePath(reader, real.string())) return *file;
   }
-  if (const auto file = locateNumber(reader, typed)) return *file;
+  if (const auto file = locateNumber(reader.index(), typed)) return *file;
   std::error_code error;
   if (std::filesystem::exists(typed, error)) {
     fail(fmt::format("{} is not in the index", typed),

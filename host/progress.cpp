@@ -6,6 +6,7 @@
 
 #include <algorithm>
 
+#include "host/charset.h"
 #include "host/encoding.h"
 
 namespace veska {
@@ -49,14 +50,14 @@ std::string pathToFit(std::string_view path, size_t width) {
     }
     at += c.bytes;
   }
-  size_t surplus = characterCount(text);
-  if (surplus <= width) return text;
+  size_t columns = columnCount(text);
+  if (columns <= width) return text;
   if (width < 4) return {};
-  surplus -= width - 3;
   size_t cut = 0;
-  while (surplus > 0) {
-    cut += decodeUtf8(text, cut).bytes;
-    --surplus;
+  while (columns > width - 3) {
+    const DecodedChar c = decodeUtf8(text, cut);
+    cut += c.bytes;
+    columns -= columnsOf(c.code);
   }
   return "..." + text.substr(cut);
 }
@@ -110,7 +111,7 @@ void Progress::countedLine(CVeskaIndex* index, std::string_view path) {
 
 void Progress::write(std::string line) {
   shown_ = !line.empty();
-  line = "\r\033[K" + line;
+  line = "\r\033[K" + Charset::ofLocale().encoded(line);
   // A terminal that is gone is no reason to stop.
   [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
 }

@@ -55,7 +55,7 @@ std::string explain(const QueryError& error, std::string_view text) {
   for (char& byte : excerpt) {
     if (static_cast<unsigned char>(byte) < ' ' || byte == 0x7F) byte = ' ';
   }
-  const size_t column = characterCount(toUtf8(text.substr(begin, at - begin)));
+  const size_t column = columnCount(toUtf8(text.substr(begin, at - begin)));
   const std::string_view cut = begin > 0 ? "..." : "";
   return fmt::format("{}\n{}{}{}\n{:>{}}", error.message, cut, excerpt,
                      end < text.size() ? "..." : "", '^', cut.size() + column + 1);

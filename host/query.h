@@ -24,6 +24,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host/words.h"
+
 namespace veska {
 
 inline constexpr size_t kMaxQueryBytes = size_t{64} * 1024;
@@ -38,6 +40,7 @@ struct QueryWord {
   std::string text;
   bool wildcard = false;
   bool indexed = true;  // false: the index holds no such words (too short or long, a skip word)
+  bool single = false;  // WordShape::kSingle
 };
 
 // What is found or not found in a file.
@@ -48,6 +51,7 @@ struct QueryLeaf {
   size_t leftWords = 0;         // kNear: how many of them are the left side
   unsigned distance = 0;        // kNear
   bool negated = false;         // under an odd number of NOTs
+  std::vector<bool> glued{};    // for each of them: overlaps the one before; empty: none does
 
   // Whether the postings alone cannot decide: order and distance are only in the texts.
   bool needsText() const { return kind != Kind::kWord; }
@@ -82,12 +86,13 @@ struct QueryError {
 // An empty text: the index may hold it. A null function: it may hold every word.
 using WordRule = std::function<std::string(const std::string& word)>;
 
-// text: UTF-8. Result: the query, or what is wrong with it.
+// text: UTF-8. cut: that of the index. Result: the query, or what is wrong with it.
 struct QueryResult {
   std::optional<Query> query;
   QueryError error;  // when there is no query
 };
-QueryResult parseQuery(std::string_view text, const WordRule& whyNotIndexed = {});
+QueryResult parseQuery(std::string_view text, const WordRule& whyNotIndexed = {},
+                       const WordCutter& cut = cutBytes);
 
 // An error with the part of the query that it is about and a mark under the place; several lines.
 std::string explain(const QueryError& error, std::string_view text);

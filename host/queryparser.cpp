@@ -25,7 +25,8 @@ std::string quoted(std::string_view utf8) {
 
 class Parser {
  public:
-  Parser(std::string_view text, const WordRule& rule) : text_(text), rule_(rule), tokens_(text) {}
+  Parser(std::string_view text, const WordRule& rule, const WordCutter& cut)
+      : text_(text), rule_(rule), cut_(cut), tokens_(text) {}
 
   QueryResult parse();
 
@@ -37,7 +38,7 @@ class Parser {
   // A word or phrase as it stood, taken apart.
   struct Operand {
     std::vector<uint32_t> words;
-    size_t at = 0;
+    std::vector<bool> glued;
   };
 
   bool failed() const { return !error_.message.empty(); }
@@ -72,7 +73,8 @@ class Parser {
 
   void operandWithNears(const Token& token);
   Operand takeApart(const Token& token);
-  uint32_t wordNumber(const std::string& text, bool wildcard, bool indexed);
+  uint32_t wordNumber(const std::string& text, bool single);
+  uint32_t wordNumber(QueryWord wanted);
   void passOverAnyWord(std::vector<uint32_t>& words);
   std::string whyNotIndexed(const std::string& text) const;
   bool narrows(const std::vector<uint32_t>& words) const;
@@ -82,6 +84,7 @@ class Parser {
 
   std::string_view text_;
   const WordRule& rule_;
+  const WordCutter& cut_;
   TokenReader tokens_;
   bool wantOperand_ = true;
   TokenKind last_ = TokenKind::kEnd;  // the token before
@@ -306,6 +309,8 @@ void Parser::operandWithNears(const Token& first) {
     QueryLeaf leaf{QueryLeaf::Kind::kNear, left.words, left.words.size(), operation.distance,
                    negatedHere()};
     leaf.words.insert(leaf.words.end(), right.words.begin(), right.words.end());
+    leaf.glued = left.glued;
+    leaf.glued.insert(leaf.glued.end(), right.glued.begin(), right.glued.end());
     passOverAnyWord(leaf.words);
     if (narrows(leaf.words)) {
       addLeaf(std::move(leaf));
@@ -324,49 +329,38 @@ void Parser::operandWithNears(const Token& first) {
   reduceTo(precedenceOf(TokenKind::kNot));
 }
 
+// The engine takes what follows a star literally, so a run of wildcards ends with its star.
+std::string withOrderedWildcards(const std::string& text) {
+  std::string word;
+  for (const char byte : text) {
+    const bool star = !word.empty() && word.back() == '*';
+    if (star && byte == '?') word.insert(word.size() - 1, 1, '?');
+    if (!star || (byte != '*' && byte != '?')) word += byte;
+  }
+  return word;
+}
+
 // A word's run or a phrase, cut into the words that the index would have made of it.
 Parser::Operand Parser::takeApart(const Token& token) {
   Operand operand;
-  operand.at = token.at;
-  Encoded encoded = encodeQuery(token.text);
-  if (!encoded.unknown.empty()) {
+  const CutText cut = cut_(token.text);
+  if (!cut.unknown.empty()) {
     error(fmt::format("no index word can hold \"{}\": the index has the letters of Western "
                       "European languages only",
-                      encoded.unknown),
-          token.textAt + encoded.unknownAt);
+                      cut.unknown),
+          token.textAt + cut.unknownAt);
     return operand;
   }
-  fold(encoded.text);
-  const auto belongs = [](char byte) {
-    return byte == '*' || byte == '?' || isWordByte(static_cast<unsigned char>(byte));
-  };
-  const std::string& text = encoded.text;
-  for (size_t at = 0; at < text.size();) {
-    if (!belongs(text[at])) {
-      ++at;
-      continue;
-    }
-    std::string word;
-    bool wildcard = false;
-    bool letters = false;
-    for (; at < text.size() && belongs(text[at]); ++at) {
-      if (text[at] != '*' && text[at] != '?') {
-        word += text[at];
-        letters = true;
-        continue;
-      }
-      wildcard = true;
-      // The engine takes what follows a star literally, so a run of wildcards ends with its star.
-      const bool star = !word.empty() && word.back() == '*';
-      if (star && text[at] == '?') word.insert(word.size() - 1, 1, '?');
-      if (!star) word += text[at];
-    }
+  for (const CutWord& piece : cut.words) {
+    const std::string word = withOrderedWildcards(piece.text);
+    const bool letters = word.find_first_not_of("*?") != std::string::npos;
     if (!letters && word.back() != '*') continue;  // "what ?": a question mark and no more
     if (++wordCount_ > kMaxQueryWords) {
       error(fmt::format("the query has more than {} words", kMaxQueryWords), token.at);
       return operand;
     }
-    operand.words.push_back(wordNumber(word, wildcard, wildcard || whyNotIndexed(word).empty()));
+    operand.glued.push_back(piece.glued);
+    operand.words.push_back(wordNumber(word, piece.shape == WordShape::kSingle));
     if (wildcardCount_ > kMaxQueryWildcards) {
       error(fmt::format("the query has more than {} words with * or ?", kMaxQueryWildcards),
             token.at);
@@ -376,13 +370,20 @@ Parser::Operand Parser::takeApart(const Token& token) {
   return operand;
 }
 
-uint32_t Parser::wordNumber(const std::string& text, bool wildcard, bool indexed) {
-  const auto found = std::find_if(
-      query_.words.begin(), query_.words.end(),
-      [&](const QueryWord& word) { return word.text == text && word.indexed == indexed; });
+uint32_t Parser::wordNumber(const std::string& text, bool single) {
+  const bool wildcard = text.find_first_of("*?") != std::string::npos;
+  return wordNumber({text, wildcard, wildcard || whyNotIndexed(text).empty(), single});
+}
+
+uint32_t Parser::wordNumber(QueryWord wanted) {
+  const auto found =
+      std::find_if(query_.words.begin(), query_.words.end(), [&](const QueryWord& word) {
+        return word.text == wanted.text && word.indexed == wanted.indexed;
+      });
   if (found != query_.words.end()) return static_cast<uint32_t>(found - query_.words.begin());
-  query_.words.push_back({text, wildcard, indexed});
-  if (wildcard) ++wildcardCount_;
+  // Like one with wildcards, a single character is held against all words.
+  if (wanted.wildcard || wanted.single) ++wildcardCount_;
+  query_.words.push_back(std::move(wanted));
   return static_cast<uint32_t>(query_.words.size() - 1);
 }
 
@@ -390,7 +391,7 @@ uint32_t Parser::wordNumber(const std::string& text, bool wildcard, bool indexed
 // postings of all words.
 void Parser::passOverAnyWord(std::vector<uint32_t>& words) {
   for (uint32_t& word : words) {
-    if (query_.words[word].text == "*") word = wordNumber("*", true, false);
+    if (query_.words[word].text == "*") word = wordNumber({"*", true, false});
   }
 }
 
@@ -429,14 +430,15 @@ bool Parser::addWordOrPhrase(Operand& operand, std::string_view text) {
     note(fmt::format("{} was ignored: none of its words is indexed", quoted(text)));
     return false;
   }
-  addLeaf({QueryLeaf::Kind::kPhrase, operand.words, 0, 0, negatedHere()});
+  addLeaf({QueryLeaf::Kind::kPhrase, operand.words, 0, 0, negatedHere(), operand.glued});
   return true;
 }
 
 }  // namespace
 
-QueryResult parseQuery(std::string_view text, const WordRule& whyNotIndexed) {
-  return Parser(text, whyNotIndexed).parse();
+QueryResult parseQuery(std::string_view text, const WordRule& whyNotIndexed,
+                       const WordCutter& cut) {
+  return Parser(text, whyNotIndexed, cut).parse();
 }
 
 }  // namespace veska

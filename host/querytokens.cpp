@@ -12,7 +12,14 @@ namespace {
 constexpr std::array<std::string_view, 4> kQuotes = {"\"", "\xE2\x80\x9C", "\xE2\x80\x9D",
                                                      "\xE2\x80\x9E"};  // also typographic ones
 
-bool isBlank(char byte) { return static_cast<unsigned char>(byte) <= ' '; }
+// Of a Japanese keyboard.
+constexpr std::string_view kWideBlank = "\xE3\x80\x80";
+
+// The bytes of the blank that stands here; 0 when none does.
+size_t blankLength(std::string_view text, size_t at) {
+  if (static_cast<unsigned char>(text[at]) <= ' ') return 1;
+  return text.substr(at, kWideBlank.size()) == kWideBlank ? kWideBlank.size() : 0;
+}
 
 size_t quoteLength(std::string_view text, size_t at) {
   for (const std::string_view quote : kQuotes) {
@@ -37,7 +44,7 @@ void readDistance(Token& token, std::string_view digits) {
 }  // namespace
 
 Token TokenReader::next() {
-  while (at_ < text_.size() && isBlank(text_[at_])) ++at_;
+  while (at_ < text_.size() && blankLength(text_, at_) != 0) at_ += blankLength(text_, at_);
   Token token;
   token.at = at_;
   if (at_ == text_.size()) return token;
@@ -58,7 +65,7 @@ Token TokenReader::next() {
 size_t TokenReader::hyphens() const {
   size_t end = at_;
   while (end < text_.size() && text_[end] == '-') ++end;
-  const bool before = end < text_.size() && !isBlank(text_[end]) && text_[end] != ')';
+  const bool before = end < text_.size() && blankLength(text_, end) == 0 && text_[end] != ')';
   return before ? end - at_ : 0;
 }
 
@@ -81,8 +88,8 @@ Token TokenReader::wordOrOperator() {
   token.kind = TokenKind::kWord;
   token.at = at_;
   token.textAt = at_;
-  while (at_ < text_.size() && !isBlank(text_[at_]) && text_[at_] != '(' && text_[at_] != ')' &&
-         quoteLength(text_, at_) == 0) {
+  while (at_ < text_.size() && blankLength(text_, at_) == 0 && text_[at_] != '(' &&
+         text_[at_] != ')' && quoteLength(text_, at_) == 0) {
     ++at_;
   }
   token.text = text_.substr(token.at, at_ - token.at);

@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "host/errors.h"
+#include "host/query.h"
 #include "host/session.h"
 
 namespace veska {
@@ -39,6 +41,17 @@ void sortAndMerge(std::vector<Posting>& postings) {
   postings.resize(kept);
 }
 
+// The longest part of a term without wildcards: whatever matches the term holds it.
+std::string longestLiteral(const std::string& term) {
+  std::string longest;
+  for (size_t at = 0; at < term.size();) {
+    const size_t end = std::min(term.find_first_of("*?", at), term.size());
+    if (end - at > longest.size()) longest = term.substr(at, end - at);
+    at = end + 1;
+  }
+  return longest;
+}
+
 }  // namespace
 
 void failDamaged(const std::string& what) {
@@ -51,6 +64,11 @@ Reader::Reader(CVeskaIndex* index)
       words_(vidxGetWords(index)),
       files_(vidxGetFiles(index)),
       links_(vidxGetLinks(index)) {}
+
+Reader::Reader(CVeskaIndex* index, std::string folder) : Reader(index) {
+  unicode_ = true;
+  folder_ = std::move(folder);
+}
 
 // --- Words
 
@@ -82,6 +100,21 @@ bool Reader::matches(const char* word, const std::string& term) const {
   return vidxDoesWordMatch(index_, word, term.c_str());
 }
 
+bool Reader::matchesPlain(const char* word, const std::string& term) const {
+  if (matches(word, term)) return true;
+  return isBeyondAscii(word) && matches(withoutAccents(word).c_str(), term);
+}
+
+std::vector<std::string> Reader::accentedFormsOf(const std::string& word) {
+  if (!unicode_ || (isBeyondAscii(word) && withoutAccents(word) != word)) return {};
+  return accents().wordsOf(word);
+}
+
+const AccentTable& Reader::accents() {
+  if (!accents_) accents_.emplace(folder_);
+  return *accents_;
+}
+
 WordEntry Reader::wordEntry(WordId word) const {
   const auto* data =
       static_cast<const unsigned char*>(engineCall([&] { return vtsGetData(words_, word); }));
@@ -104,23 +137,67 @@ std::vector<Posting> Reader::postings(WordId word) {
   return found;
 }
 
-std::vector<Posting> Reader::wildcardPostings(const std::string& term) {
-  const std::string prefix = term.substr(0, term.find_first_of("*?"));
+std::vector<Posting> Reader::postings(const QueryWord& word) {
   std::vector<Posting> found;
+  if (word.wildcard) {
+    appendMatches(word.text, found);
+  } else if (word.single) {
+    appendHolders(word.text, found);
+  } else {
+    std::vector<std::string> forms = accentedFormsOf(word.text);
+    forms.push_back(word.text);
+    engineCall([&] {
+      for (const std::string& form : forms) {
+        if (const WordId id = lookup(form); id != 0) appendPostings(id, found);
+      }
+    });
+  }
+  sortAndMerge(found);
+  return found;
+}
+
+// Those of all words that next finds, starting behind the word 0.
+template <typename F>
+void Reader::appendWhere(F&& next, std::vector<Posting>& out) {
   size_t mergeAt = kMergeAt;
   engineCall([&] {
-    for (auto word = vtsGetFirst(words_); word != 0; word = vtsGetNext(words_, word)) {
-      const char* text = vtsGetText(words_, word);
-      if (std::strncmp(text, prefix.c_str(), prefix.size()) != 0 || !matches(text, term)) continue;
-      appendPostings(static_cast<WordId>(word), found);
-      if (found.size() > mergeAt) {
-        sortAndMerge(found);
-        mergeAt = std::max(kMergeAt, 2 * found.size());
+    for (unsigned long word = next(0); word != 0; word = next(word)) {
+      appendPostings(static_cast<WordId>(word), out);
+      if (out.size() > mergeAt) {
+        sortAndMerge(out);
+        mergeAt = std::max(kMergeAt, 2 * out.size());
       }
     }
   });
-  sortAndMerge(found);
-  return found;
+}
+
+void Reader::appendMatches(const std::string& term, std::vector<Posting>& out) {
+  const auto next = [&](unsigned long word) {
+    return vidxNextMatchingWord(index_, term.c_str(), word);
+  };
+  appendWhere(next, out);
+  if (!unicode_ || withoutAccents(term) != term) return;
+  const std::string within = longestLiteral(term);
+  accents().forEach([&](const std::string& base, const std::string& word) {
+    if (!word.empty() && base.find(within) != std::string::npos && matches(base.c_str(), term) &&
+        !matches(word.c_str(), term)) {
+      if (const WordId id = lookup(word); id != 0) engineCall([&] { appendPostings(id, out); });
+    }
+    return true;
+  });
+}
+
+void Reader::appendHolders(const std::string& character, std::vector<Posting>& out) {
+  const auto holds = [&character](std::string_view word) {
+    return word.starts_with(character) || word.ends_with(character);
+  };
+  const std::string within = "*" + character + "*";
+  const auto next = [&](unsigned long word) {
+    do word = vidxNextMatchingWord(index_, within.c_str(), word);
+    while (word != 0 && !holds(vtsGetText(words_, word)));
+    return word;
+  };
+  appendWhere(next, out);
 }
 
 void Reader::appendPostings(WordId word, std::vector<Posting>& out) {

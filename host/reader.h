@@ -10,13 +10,17 @@
 #include <array>
 #include <cstdint>
 #include <ctime>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "api/veskalib.h"
+#include "host/accents.h"
 
 namespace veska {
+
+struct QueryWord;
 
 using FileId = uint32_t;
 using WordId = uint32_t;
@@ -48,6 +52,11 @@ class Reader {
  public:
   // The index must outlive the reader and not change meanwhile.
   explicit Reader(CVeskaIndex* index);
+  // The same for an index of Unicode text. folder: of the generation, where the accents lie.
+  Reader(CVeskaIndex* index, std::string folder);
+
+  // Whether the index is one of Unicode text.
+  bool unicode() const { return unicode_; }
 
   // Words
   // ------------------------------------------------------------------------------------------
@@ -61,6 +70,10 @@ class Reader {
   const char* wordText(WordId word) const;  // folded, in the index's character set
   // Does a folded word match the term with the wildcards * and ?, themselves no part of words?
   bool matches(const char* word, const std::string& term) const;
+  // The same; a term without accents also finds words with them.
+  bool matchesPlain(const char* word, const std::string& term) const;
+  // The words with accents that a word without any stands for beside itself.
+  std::vector<std::string> accentedFormsOf(const std::string& word);
   WordEntry wordEntry(WordId word) const;
 
   // Postings
@@ -68,8 +81,8 @@ class Reader {
 
   // The live files that hold a word, by ascending id, each once.
   std::vector<Posting> postings(WordId word);
-  // Those of all words that match a term with wildcards, merged.
-  std::vector<Posting> wildcardPostings(const std::string& term);
+  // Those of all words that the word of a query stands for, merged.
+  std::vector<Posting> postings(const QueryWord& word);
 
   // Files
   // ------------------------------------------------------------------------------------------
@@ -95,6 +108,11 @@ class Reader {
     bool live = false;
   };
 
+  void appendMatches(const std::string& term, std::vector<Posting>& out);
+  void appendHolders(const std::string& character, std::vector<Posting>& out);
+  template <typename F>
+  void appendWhere(F&& next, std::vector<Posting>& out);
+  const AccentTable& accents();
   void appendPostings(WordId word, std::vector<Posting>& out);
   uint32_t appendChunk(uint32_t begin, uint32_t limit, std::vector<Posting>& out);
   void appendLive(FileId file, uint32_t occurrences, std::vector<Posting>& out);
@@ -105,6 +123,9 @@ class Reader {
   CTextStorage* words_;
   CFileStorage* files_;
   CFileLinks* links_;  // may be null
+  bool unicode_ = false;
+  std::string folder_;
+  std::optional<AccentTable> accents_;  // read when first needed
   std::array<KnownParent, 256> knownParents_{};
 };
 

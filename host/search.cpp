@@ -81,13 +81,7 @@ SearchResult Search::run(const SearchOptions& options, const TextSource& texts) 
 void Search::readPostings() {
   postings_.clear();
   for (const QueryWord& word : query_.words) {
-    if (!word.indexed) {
-      postings_.emplace_back();
-    } else if (word.wildcard) {
-      postings_.push_back(reader_.wildcardPostings(word.text));
-    } else {
-      postings_.push_back(reader_.postings(reader_.lookup(word.text)));
-    }
+    postings_.push_back(word.indexed ? reader_.postings(word) : std::vector<Posting>());
   }
 }
 

@@ -34,7 +34,7 @@ bool isAssigned(int byte) {
 
 bool isLetter(int byte) {
   const bool isDigit = byte >= '0' && byte <= '9';
-  return isWordByte(static_cast<unsigned char>(byte)) && !isDigit && byte != '_';
+  return isWordByte(static_cast<unsigned char>(byte)) && !isDigit;
 }
 
 bool isPrintable(int byte) { return byte >= 0x20 && byte != 0x7F && isAssigned(byte); }
@@ -69,23 +69,25 @@ Session::~Session() {
   if (hooks_ && activeHooks == hooks_.get()) activeHooks = nullptr;
 }
 
-Session Session::start(bool create, const std::string& folder, SessionHooks hooks) {
+Session Session::start(bool create, const std::string& folder, bool unicode, SessionHooks hooks) {
   Session session(std::move(hooks));
   session.index_ = vCreateNewIndex(create, folder.c_str());
   if (session.index_ == nullptr) failWithLastReport();
+  vidxSetUnicode(session.index_, unicode);
   vidxSetExactNames(session.index_, true);
   session.setCharacterClasses();
   return session;
 }
 
-Session Session::open(const std::string& folder, SessionHooks hooks) {
-  return start(false, folder, std::move(hooks));
+Session Session::open(const std::string& folder, bool unicode, SessionHooks hooks) {
+  return start(false, folder, unicode, std::move(hooks));
 }
 
-Session Session::create(const std::string& folder, SessionHooks hooks) {
-  return start(true, folder, std::move(hooks));
+Session Session::create(const std::string& folder, bool unicode, SessionHooks hooks) {
+  return start(true, folder, unicode, std::move(hooks));
 }
 
+// Of Unicode text the classes are for ASCII alone.
 void Session::setCharacterClasses() {
   for (int byte = 0; byte < 256; ++byte) {
     const bool inWord = isWordByte(static_cast<unsigned char>(byte));

@@ -29,10 +29,11 @@ struct SessionHooks {
 class Session {
  public:
   // Opens the index saved in the folder, or makes an empty one there. folder: with a trailing "/".
+  // unicode: whether it is, or is to be, an index of Unicode text (State::unicode).
   // The character classes and exact names are in force at once: words and files can be looked up
   // and walked. Fails with the engine's reason.
-  static Session open(const std::string& folder, SessionHooks hooks = {});
-  static Session create(const std::string& folder, SessionHooks hooks = {});
+  static Session open(const std::string& folder, bool unicode, SessionHooks hooks = {});
+  static Session create(const std::string& folder, bool unicode, SessionHooks hooks = {});
 
   ~Session();
   Session(Session&&) noexcept;
@@ -60,7 +61,7 @@ class Session {
 
  private:
   explicit Session(SessionHooks hooks);
-  static Session start(bool create, const std::string& folder, SessionHooks hooks);
+  static Session start(bool create, const std::string& folder, bool unicode, SessionHooks hooks);
   void setCharacterClasses();
 
   CVeskaIndex* index_ = nullptr;

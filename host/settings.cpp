@@ -31,10 +31,12 @@ class Parser {
 
   Settings settings() {
     Settings settings = defaultSettings();
-    checkNames(top_, {"roots", "exclude", "words", "limits", "include"});
+    checkNames(top_, {"roots", "unicode", "exclude", "words", "limits", "include"});
     readRoots(&settings.roots);
+    readFlag(top_, "unicode", &settings.unicode);
     readExclude(&settings.exclude);
-    readInclude(&settings.include);
+    settings.defaultInclude = !readInclude(&settings.include);
+    if (settings.defaultInclude) settings.include = defaultInclude(settings.unicode);
     if (const toml::table* words = table("words")) {
       checkNames(*words, {"shortest", "longest"});
       readNumber(*words, "shortest", 1, 100, &settings.shortestWord);
@@ -102,14 +104,16 @@ class Parser {
     if (const toml::node* node = top_.get("exclude")) *exclude = texts(*node);
   }
 
-  void readInclude(std::vector<IncludePattern>* include) const {
+  // Result: whether there are any sections.
+  bool readInclude(std::vector<IncludePattern>* include) const {
     const toml::node* node = top_.get("include");
-    if (node == nullptr) return;
+    if (node == nullptr) return false;
     const toml::array* groups = node->as_array();
     if (groups == nullptr) failAt(*node, "[[include]] sections are wanted here");
     include->clear();
     for (const toml::node& group : *groups) readIncludeGroup(group, include);
     if (include->size() > kMostPatterns) failAt(*node, "there are too many patterns");
+    return true;
   }
 
   void readIncludeGroup(const toml::node& node, std::vector<IncludePattern>* include) const {
@@ -136,6 +140,14 @@ class Parser {
     *number = static_cast<Number>(static_cast<uint64_t>(value->get()) * unit);
   }
 
+  void readFlag(const toml::table& table, std::string_view key, bool* flag) const {
+    const toml::node* node = table.get(key);
+    if (node == nullptr) return;
+    const auto* value = node->as_boolean();
+    if (value == nullptr) failAt(*node, "\"" + std::string(key) + "\" is true or false");
+    *flag = value->get();
+  }
+
   void readLimits(const toml::table& limits, Settings* settings) const {
     checkNames(limits, {"file_megabytes", "member_megabytes", "archive_megabytes", "archive_levels",
                         "converter_seconds", "record_all_files"});
@@ -146,11 +158,7 @@ class Parser {
     readNumber(limits, "archive_megabytes", 0, kMostMegabytes, &settings->archiveBytes, kMegabyte);
     readNumber(limits, "archive_levels", 0, 100, &settings->archiveLevels);
     readNumber(limits, "converter_seconds", 0, 86'400, &settings->converterSeconds);
-    if (const toml::node* node = limits.get("record_all_files")) {
-      const auto* value = node->as_boolean();
-      if (value == nullptr) failAt(*node, "\"record_all_files\" is true or false");
-      settings->recordAllFiles = value->get();
-    }
+    readFlag(limits, "record_all_files", &settings->recordAllFiles);
   }
 
   const toml::table& top_;
@@ -258,7 +266,16 @@ uint64_t Settings::fingerprint(std::string_view beside) const {
         static_cast<uint64_t>(archiveLevels), static_cast<uint64_t>(converterSeconds)}) {
     print.add(number);
   }
+  // An index of 8-bit text has the number that it had before there was a choice.
+  if (unicode) print.add("unicode");
   return print.value();
+}
+
+Settings Settings::forText(bool isUnicode) const {
+  Settings settings = *this;
+  settings.unicode = isUnicode;
+  if (settings.defaultInclude) settings.include = ::veska::defaultInclude(isUnicode);
+  return settings;
 }
 
 Settings parseSettings(std::string_view text, const std::string& name) {

@@ -19,10 +19,12 @@ struct IncludePattern {
 
 struct Settings {
   std::vector<std::string> roots;  // absolute paths without a trailing "/" (but "/" itself); bytes
+  bool unicode = true;             // an index of Unicode text; false: of 8-bit text
   std::vector<IncludePattern> include;
+  bool defaultInclude = true;  // `include` is what holds while nobody names any patterns
   std::vector<std::string> exclude;
-  int shortestWord = 2;  // bytes
-  int longestWord = 64;  // bytes
+  int shortestWord = 2;  // characters
+  int longestWord = 64;  // characters
   bool recordAllFiles = true;
   uint64_t fileBytes = uint64_t{64} << 20;     // read of one file at most
   uint64_t memberBytes = uint64_t{256} << 20;  // of one archive member, expanded; 0: no limit
@@ -34,10 +36,15 @@ struct Settings {
   // that the files read earlier were read under other settings. beside: the text of what else
   // decides, the skip words and the converters.
   uint64_t fingerprint(std::string_view beside) const;
+
+  // The settings for an index of the other sort of text: the default patterns go by it.
+  Settings forText(bool isUnicode) const;
 };
 
 // The built-in settings: no roots.
 Settings defaultSettings();
+// The include patterns that hold while nobody names any.
+std::vector<IncludePattern> defaultInclude(bool unicode);
 
 // The text of a new veska.toml: the defaults, explained.
 std::string defaultSettingsText();

@@ -56,27 +56,61 @@ std::vector<Line> bestLines(std::string_view text, const std::vector<Mark>& mark
   return best;
 }
 
-// The part of a line to show: all of it, or a window with the first marks in it.
+size_t columnsAt(std::string_view text, size_t at, size_t* bytes) {
+  const DecodedChar c = decodeUtf8(text, at);
+  *bytes = c.bytes;
+  return c.valid ? columnsOf(c.code) : 1;
+}
+
+// The place so many columns behind `at`, or less when the next character does not fit or the end
+// comes before. used: the columns between.
+size_t forward(std::string_view text, size_t at, size_t end, size_t columns, size_t* used) {
+  *used = 0;
+  while (at < end) {
+    size_t bytes = 0;
+    const size_t width = columnsAt(text, at, &bytes);
+    if (*used + width > columns) break;
+    *used += width;
+    at += bytes;
+  }
+  return at;
+}
+
+// The same the other way.
+size_t backward(std::string_view text, size_t at, size_t begin, size_t columns) {
+  size_t used = 0;
+  while (at > begin) {
+    size_t before = at - 1;
+    while (before > begin && at - before < 4 &&
+           (static_cast<unsigned char>(text[before]) & 0xC0) == 0x80) {
+      --before;
+    }
+    if (decodeUtf8(text, before).bytes != at - before) before = at - 1;  // no UTF-8
+    size_t bytes = 0;
+    used += columnsAt(text, before, &bytes);
+    if (used > columns) break;
+    at = before;
+  }
+  return at;
+}
+
+// The part of a line to show: all of it, or a window with the first marks in it. width: columns.
 std::pair<size_t, size_t> windowOf(std::string_view text, const Line& line,
                                    const std::vector<Mark>& marks, size_t width) {
-  if (line.end - line.begin <= width) return {line.begin, line.end};
-  const auto continues = [text](size_t at) {
-    return at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80;
-  };
-  const size_t hit = marks[line.firstMark].begin;
-  size_t begin = hit - std::min(hit - line.begin, width / 3);
-  begin = std::min(begin, std::max(line.begin, line.end - width));
+  size_t used = 0;
+  if (forward(text, line.begin, line.end, width, &used) == line.end) return {line.begin, line.end};
+  const Mark& hit = marks[line.firstMark];
+  size_t begin = backward(text, hit.begin, line.begin, width / 3);
+  size_t end = forward(text, begin, line.end, width, &used);
+  if (end == line.end) begin = backward(text, begin, line.begin, width - used);
   if (begin > line.begin) {
-    const size_t blank = text.substr(0, hit).find(' ', begin);
+    const size_t blank = text.substr(0, hit.begin).find(' ', begin);
     if (blank != std::string_view::npos && blank - begin < width / 6) begin = blank + 1;
-    while (begin < hit && continues(begin)) ++begin;
   }
-  size_t end = std::min(line.end, begin + width);
+  end = forward(text, begin, line.end, width, &used);
   if (end < line.end) {
     const size_t blank = text.rfind(' ', end);
-    const size_t hitEnd = marks[line.firstMark].end;
-    if (blank != std::string_view::npos && blank > hitEnd && end - blank < width / 6) end = blank;
-    while (end > begin && continues(end)) --end;
+    if (blank != std::string_view::npos && blank > hit.end && end - blank < width / 6) end = blank;
   }
   return {begin, end};
 }

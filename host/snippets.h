@@ -19,7 +19,7 @@ struct Snippet {
 
 struct SnippetOptions {
   size_t lines = 3;    // at most
-  size_t width = 160;  // characters of a line at most, roughly
+  size_t width = 160;  // columns of a line at most
 };
 
 // marks: of HitFinder::marks, for this text. The lines that hold most different words of the query,

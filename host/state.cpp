@@ -96,6 +96,7 @@ Json stateToJson(const State& state) {
           {"finishTime", state.finishTime},
           {"complete", state.complete},
           {"settings", state.settings},
+          {"unicode", state.unicode},
           {"roots", pathsToJson(state.roots)},
           {"missingRoots", pathsToJson(state.missingRoots)},
           {"directoriesRead", state.directoriesRead},
@@ -119,6 +120,7 @@ State stateFromJson(const Json& json) {
   json.at("finishTime").get_to(state.finishTime);
   json.at("complete").get_to(state.complete);
   json.at("settings").get_to(state.settings);
+  state.unicode = json.value("unicode", false);
   state.roots = pathsFromJson(json.at("roots"));
   state.missingRoots = pathsFromJson(json.at("missingRoots"));
   json.at("directoriesRead").get_to(state.directoriesRead);
@@ -207,6 +209,8 @@ void writeProblems(const std::string& folder, const std::vector<Problem>& proble
 std::vector<TableSum> sumTables(const std::string& folder) {
   std::vector<TableSum> tables;
   for (const std::string_view name : kTableNames) tables.push_back(sumTable(folder, name));
+  const std::string accents = folder + std::string(kAccentsName);
+  if (::access(accents.c_str(), F_OK) == 0) tables.push_back(sumTable(folder, kAccentsName));
   return tables;
 }
 

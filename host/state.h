@@ -14,6 +14,8 @@ namespace veska {
 // The files of an index, in the order in which the engine saves them.
 inline constexpr std::array<std::string_view, 5> kTableNames = {"files", "words", "skipped",
                                                                 "links", "hash"};
+// The file that the host adds to an index of Unicode text (host/accents.h).
+inline constexpr std::string_view kAccentsName = "accents";
 
 struct TableSum {
   std::string name;
@@ -23,13 +25,14 @@ struct TableSum {
 };
 
 struct State {
-  std::string version;                    // of the program that wrote it
-  uint64_t lineage = 0;                   // generations with the same number share their record ids
-  int64_t referenceTime = 0;              // seconds since 1970: when the run began
-  int64_t finishTime = 0;                 // when it was saved
-  bool complete = false;                  // false: halted; the next update goes on
-  uint64_t settings = 0;                  // Settings::fingerprint() of the run that read the files
-  std::vector<std::string> roots;         // bytes
+  std::string version;             // of the program that wrote it
+  uint64_t lineage = 0;            // generations with the same number share their record ids
+  int64_t referenceTime = 0;       // seconds since 1970: when the run began
+  int64_t finishTime = 0;          // when it was saved
+  bool complete = false;           // false: halted; the next update goes on
+  bool unicode = false;            // an index of Unicode text; without an entry, of 8-bit text
+  uint64_t settings = 0;           // Settings::fingerprint() of the run that read the files
+  std::vector<std::string> roots;  // bytes
   std::vector<std::string> missingRoots;  // could not be seen in that run; entries kept
 
   // The engine's counters, which go on over updates.
@@ -73,7 +76,7 @@ std::optional<uint64_t> lineageOf(const std::string& folder);
 void writeState(const std::string& folder, const State& state);
 void writeProblems(const std::string& folder, const std::vector<Problem>& problems);
 
-// The sums of the five table files as they are on disk now.
+// The sums of the five table files, and of the accents if there are any, as they are on disk now.
 std::vector<TableSum> sumTables(const std::string& folder);
 
 }  // namespace veska

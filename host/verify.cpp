@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "api/veskalib.h"
+#include "host/accents.h"
 #include "host/attempt.h"
 #include "host/encoding.h"
 #include "host/session.h"
@@ -52,6 +53,7 @@ class Verifier {
   void checkChunks(const std::string& word, uint32_t chunk);
   void checkTarget(const std::string& word, uint32_t file);
   void checkSkipWords();
+  void checkAccents();
   void checkCounts();
 
   bool isRecord(uint32_t id) const { return id < records_.size() && records_[id]; }
@@ -59,6 +61,7 @@ class Verifier {
   const std::string& folder_;
   const std::function<void(const std::string&)>& problem_;
   VerifyCounts counts_;
+  uint64_t accented_ = 0;  // words with accents
   std::map<std::string_view, uint64_t> kinds_;
   std::optional<State> state_;
   CTextStorage* words_ = nullptr;
@@ -95,6 +98,12 @@ void Verifier::checkSums() {
     return;
   }
   const std::vector<TableSum> now = sumTables(folder_);
+  for (const TableSum& saved : state_->tables) {
+    const auto isSaved = [&saved](const TableSum& table) { return table.name == saved.name; };
+    if (std::none_of(now.begin(), now.end(), isSaved)) {
+      report("sum", fmt::format("the table \"{}\" is missing", saved.name));
+    }
+  }
   for (const TableSum& table : now) {
     const auto saved =
         std::find_if(state_->tables.begin(), state_->tables.end(),
@@ -112,7 +121,7 @@ void Verifier::checkSums() {
 }
 
 void Verifier::checkTables() {
-  const Session session = Session::open(folder_);
+  const Session session = Session::open(folder_, state_ && state_->unicode);
   words_ = vidxGetWords(session.index());
   files_ = vidxGetFiles(session.index());
   links_ = vidxGetLinks(session.index());
@@ -136,6 +145,7 @@ void Verifier::checkTables() {
     }
   });
   step([this] { checkSkipWords(); });
+  step([this] { checkAccents(); });
   checkCounts();
 }
 
@@ -176,6 +186,7 @@ void Verifier::checkWord(uint32_t id) {
   if (vtsLookup(words_, word.c_str()) != id) {
     report("word look-up", fmt::format("word {} ({}) is not found by look-up", id, toUtf8(word)));
   }
+  if (isBeyondAscii(word) && withoutAccents(word) != word) ++accented_;
   const auto* data = static_cast<const unsigned char*>(vtsGetData(words_, id));
   if (const uint32_t pending = loadU32(data); pending != 0) checkTarget(word, pending);
   if (loadU32(data + kWordDataWaiting) != 0) {
@@ -227,6 +238,35 @@ void Verifier::checkSkipWords() {
       report("word look-up",
              fmt::format("the skip word \"{}\" is not found by look-up", toUtf8(word)));
     }
+  }
+}
+
+// --- Accents
+
+// An index that was made without the file has none; where it is there, it must be whole.
+void Verifier::checkAccents() {
+  const auto isAccents = [](const TableSum& table) { return table.name == kAccentsName; };
+  if (!state_ || !state_->unicode ||
+      std::none_of(state_->tables.begin(), state_->tables.end(), isAccents)) {
+    return;
+  }
+  uint64_t lines = 0;
+  std::string last;
+  AccentTable(folder_).forEach([&](const std::string& base, const std::string& word) {
+    ++lines;
+    const std::string line = base + '\t' + word;
+    if (word.empty() || withoutAccents(word) != base) {
+      report("accents", fmt::format("line {} of \"accents\" is no word with its base", lines));
+    } else if (vtsLookup(words_, word.c_str()) == 0) {
+      report("accents", fmt::format("\"accents\" has a word that the index has not: {}", word));
+    }
+    if (line <= last) report("accents", fmt::format("\"accents\" is not sorted, line {}", lines));
+    last = line;
+    return true;
+  });
+  if (lines != accented_) {
+    report("accents",
+           fmt::format("\"accents\" has {} lines for {} words with accents", lines, accented_));
   }
 }
 

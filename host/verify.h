@@ -11,7 +11,10 @@
 //   5. Each word has letters, and is found by look-up; so is each skip word.
 //   6. A word's chunks lie one before the other in the link table; their entries, and the word's
 //      pending file, are file records (no folders) or removed; nothing waits to be compacted.
-//   7. The numbers of words and of records agree with those counted when the index was saved.
+//   7. Of Unicode text: the lines of "accents" are sorted and well-formed, and there is one for
+//   each
+//      word of the index that has accents.
+//   8. The numbers of words and of records agree with those counted when the index was saved.
 #pragma once
 
 #include <cstdint>

@@ -7,9 +7,11 @@
 #include <vector>
 
 #include "analyzers/analyzers.h"
+#include "analyzers/archiveanalyzer.h"
 #include "analyzers/externalanalyzer.h"
 #include "analyzers/gzipanalyzer.h"
 #include "analyzers/htmlanalyzer.h"
+#include "analyzers/mailboxanalyzer.h"
 #include "analyzers/mboxanalyzer.h"
 #include "analyzers/pdfanalyzer.h"
 #include "analyzers/rtfanalyzer.h"
@@ -76,10 +78,14 @@ void CVeskaIndex::createAnalyzers() {
   readExternalAnalyzers();
 }
 
-// The kinds that the text pipeline reads take the places of the 8-bit analyzers.
+// The kinds that the text pipeline reads take the places of the 8-bit analyzers. What comes as a
+// file and holds others has analyzers that record its members.
 void CVeskaIndex::addTextAnalyzers() {
   for (const veska::unicode::Kind* kind : veska::unicode::allKinds())
     analyzers[std::string(kind->name)] = std::make_unique<CTextAnalyzer>(this, *kind);
+  for (const ArchiveFormat& format : archiveFormats())
+    analyzers[std::string(format.name)] = std::make_unique<CArchiveAnalyzer>(this, format);
+  analyzers["mbox"] = std::make_unique<CMailboxAnalyzer>(this);
 }
 
 void CVeskaIndex::clearAnalyzers() { analyzers.clear(); }

@@ -1,10 +1,11 @@
 #include "analyzers/pdf/libcrypto.h"
 
-#include <dlfcn.h>
 #include <openssl/evp.h>
 
 #include <climits>
 #include <memory>
+
+#include "analyzers/lazylibrary.h"
 
 namespace veska::pdf {
 namespace {
@@ -27,27 +28,20 @@ struct Functions {
 
 Functions loadFunctions() {
   Functions functions;
-  // Stays loaded until the process ends.
-  void* const library = dlopen("libcrypto.so.3", RTLD_NOW | RTLD_LOCAL);
-  if (!library) return functions;
-  bool complete = true;
-  const auto find = [&](auto& function, const char* name) {
-    function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(dlsym(library, name));
-    complete = complete && function;
-  };
-  find(functions.Digest, "EVP_Digest");
-  find(functions.md5, "EVP_md5");
-  find(functions.sha256, "EVP_sha256");
-  find(functions.sha384, "EVP_sha384");
-  find(functions.sha512, "EVP_sha512");
-  find(functions.aes128, "EVP_aes_128_cbc");
-  find(functions.aes256, "EVP_aes_256_cbc");
-  find(functions.contextNew, "EVP_CIPHER_CTX_new");
-  find(functions.contextFree, "EVP_CIPHER_CTX_free");
-  find(functions.setPadding, "EVP_CIPHER_CTX_set_padding");
-  find(functions.cipherInit, "EVP_CipherInit_ex");
-  find(functions.cipherUpdate, "EVP_CipherUpdate");
-  functions.complete = complete;
+  LazyLibrary library("libcrypto.so.3");
+  library.find(functions.Digest, "EVP_Digest");
+  library.find(functions.md5, "EVP_md5");
+  library.find(functions.sha256, "EVP_sha256");
+  library.find(functions.sha384, "EVP_sha384");
+  library.find(functions.sha512, "EVP_sha512");
+  library.find(functions.aes128, "EVP_aes_128_cbc");
+  library.find(functions.aes256, "EVP_aes_256_cbc");
+  library.find(functions.contextNew, "EVP_CIPHER_CTX_new");
+  library.find(functions.contextFree, "EVP_CIPHER_CTX_free");
+  library.find(functions.setPadding, "EVP_CIPHER_CTX_set_padding");
+  library.find(functions.cipherInit, "EVP_CipherInit_ex");
+  library.find(functions.cipherUpdate, "EVP_CipherUpdate");
+  functions.complete = library.isComplete();
   return functions;
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "analyzers/unicode/charset.h"
+#include "analyzers/unicode/mailkinds.h"
 #include "analyzers/unicode/markupsources.h"
 #include "analyzers/unicode/pdfsource.h"
 #include "analyzers/unicode/plaintext.h"
@@ -41,7 +42,7 @@ std::vector<const Kind*> listKinds() {
 std::string extensionOf(std::string_view name) {
   name.remove_prefix(std::min(name.find_last_of("/\\") + 1, name.size()));
   const size_t dot = name.rfind('.');
-  if (dot == npos || dot == 0) return {};
+  if (dot == npos || dot == 0 || isDeliveryName(name)) return {};
   std::string extension(name.substr(dot + 1));
   for (char& c : extension)
     if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 0x20);
@@ -54,17 +55,6 @@ bool holdsWord(std::string_view list, std::string_view word) {
     if ((at == 0 || list[at - 1] == ' ') && (end == list.size() || list[end] == ' ')) return true;
   }
   return false;
-}
-
-// A name may lie where the bytes show it.
-const Kind* kindOf(const Kind& wanted, std::string_view head, std::string_view name) {
-  const Kind* kind = &wanted;
-  if (kind == &kGeneric) kind = kindOfName(name);
-  if (kind != nullptr && kind->needsSeek && kind->recognise != nullptr && !kind->recognise(head)) {
-    const Kind* told = kindOfContent(head);
-    return told == nullptr ? kind : told;  // its own source says what is wrong with it
-  }
-  return kind == nullptr ? kindOfContent(head) : kind;
 }
 
 Outcome deliverFromMemory(TextSource& source, ByteInput& input, const SourceRequest& request,
@@ -115,6 +105,17 @@ const Kind* kindOfContent(std::string_view head) {
   return nullptr;
 }
 
+// A name may lie where the bytes show it.
+const Kind* kindOfDocument(const Kind& wanted, std::string_view head, std::string_view name) {
+  const Kind* kind = &wanted;
+  if (kind == &kGeneric) kind = kindOfName(name);
+  if (kind != nullptr && kind->needsSeek && kind->recognise != nullptr && !kind->recognise(head)) {
+    const Kind* told = kindOfContent(head);
+    return told == nullptr ? kind : told;  // its own source says what is wrong with it
+  }
+  return kind == nullptr ? kindOfContent(head) : kind;
+}
+
 Outcome deliverDocument(ByteInput& input, const SourceRequest& request, TextSink& sink) {
   return deliverDocument(kGeneric, input, request, sink);
 }
@@ -123,7 +124,7 @@ Outcome deliverDocument(const Kind& wanted, ByteInput& input, const SourceReques
                         TextSink& sink) {
   if (request.depth >= SourceRequest::kMostDepth) return Outcome::kLimited;
   PeekedInput peeked(input);
-  const Kind* kind = kindOf(wanted, peeked.head(), request.name);
+  const Kind* kind = kindOfDocument(wanted, peeked.head(), request.name);
   if (kind == nullptr) return Outcome::kBinary;
   SourceRequest inner = request;
   ++inner.depth;

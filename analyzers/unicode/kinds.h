@@ -41,6 +41,11 @@ const Kind* kindOfName(std::string_view name);
 // The kind of a document that begins with head; null when it is binary data of no kind.
 const Kind* kindOfContent(std::string_view head);
 
+// The kind of a document of that name that begins with head, when patterns tell the kind wanted:
+// "generic" goes by name, then content; a kind whose bytes show another one is that one. Null when
+// it is binary data of no kind.
+const Kind* kindOfDocument(const Kind& wanted, std::string_view head, std::string_view name);
+
 // Reads a document of whatever kind that lies within another one (an attachment, a part, ...), told
 // by request.name and its content, and pushes its text. request: that of the document around it,
 // with name, charset and depth as they are; the depth is counted here. A kind that needs seeking is

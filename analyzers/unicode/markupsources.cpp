@@ -5,74 +5,13 @@
 #include <string>
 
 #include "analyzers/unicode/charset.h"
+#include "analyzers/unicode/flowtext.h"
 #include "analyzers/unicode/markup.h"
 
 namespace veska::unicode {
 namespace {
 
 bool isBlank(char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r' || c == '\f'; }
-
-// Text whose blanks mean no more than one blank.
-class FlowText {
- public:
-  // keepLines: a blank that holds a line feed is a line's end.
-  FlowText(TextSink& sink, bool keepLines) : sink_(sink), keepLines_(keepLines) {}
-
-  bool add(std::string_view text) {
-    size_t at = 0;
-    while (at < text.size()) {
-      if (isBlank(text[at])) {
-        sawLine_ = sawLine_ || text[at] == '\n';
-        blank_ = true;
-        ++at;
-        continue;
-      }
-      size_t end = at;
-      while (end < text.size() && !isBlank(text[end])) ++end;
-      writeBlank();
-      buffer_ += text.substr(at, end - at);
-      started_ = true;
-      at = end;
-    }
-    return buffer_.size() < kPieceBytes || flush();
-  }
-
-  // Text in which blanks and lines stand as they are.
-  bool addVerbatim(std::string_view text) {
-    writeBlank();
-    started_ = true;
-    return flush() && sink_.text(text);
-  }
-
-  bool boundary(Break strength) {
-    if (!flush()) return false;
-    blank_ = blank_ && strength == Break::kWord;
-    started_ = started_ && strength == Break::kWord;
-    return sink_.boundary(strength);
-  }
-
-  bool flush() {
-    if (buffer_.empty()) return true;
-    const bool more = sink_.text(buffer_);
-    buffer_.clear();
-    return more;
-  }
-
- private:
-  static constexpr size_t kPieceBytes = 32768;
-
-  void writeBlank() {
-    if (blank_ && started_) buffer_ += keepLines_ && sawLine_ ? '\n' : ' ';
-    blank_ = sawLine_ = false;
-  }
-
-  TextSink& sink_;
-  const bool keepLines_;
-  std::string buffer_;
-  bool blank_ = false;    // seen since the last text
-  bool sawLine_ = false;  // with a line feed in it
-  bool started_ = false;  // text stands in this line
-};
 
 struct TagBreak {
   std::string_view name;
@@ -131,11 +70,13 @@ bool isOneOf(std::string_view name, std::initializer_list<std::string_view> name
 
 class HtmlHandler : public MarkupHandler {
  public:
-  explicit HtmlHandler(TextSink& sink) : text_(sink, false) {}
+  explicit HtmlHandler(TextSink& sink, bool showTitle = true)
+      : text_(sink, false), showTitle_(showTitle) {}
 
-  bool startTag(std::string_view name, std::string_view attributes, bool) override {
+  bool startTag(std::string_view name, std::string_view attributes, bool empty) override {
     if (!tagBreak(name)) return false;
     if (isVerbatim(name)) ++verbatim_;
+    inTitle_ = inTitle_ || (name == "title" && !empty);
     if (name == "img" || name == "area") return addWords(attribute(attributes, "alt"));
     if (name == "input") return addInput(attributes);
     if (name == "meta") return addDescription(attributes);
@@ -144,10 +85,12 @@ class HtmlHandler : public MarkupHandler {
 
   bool endTag(std::string_view name) override {
     if (isVerbatim(name) && verbatim_ != 0) --verbatim_;
+    inTitle_ = inTitle_ && name != "title";
     return tagBreak(name);
   }
 
   bool characters(std::string_view utf8) override {
+    if (inTitle_ && !showTitle_) return true;
     return verbatim_ != 0 ? text_.addVerbatim(utf8) : text_.add(utf8);
   }
 
@@ -189,7 +132,15 @@ class HtmlHandler : public MarkupHandler {
   }
 
   FlowText text_;
+  const bool showTitle_;
+  bool inTitle_ = false;
   size_t verbatim_ = 0;  // elements around us in which blanks count
+};
+
+// A page of a book: its title is for programs ("chapter07.xhtml").
+class BookPageHandler : public HtmlHandler {
+ public:
+  explicit BookPageHandler(TextSink& sink) : HtmlHandler(sink, false) {}
 };
 
 class XmlHandler : public MarkupHandler {
@@ -252,6 +203,10 @@ bool beginsWith(std::string_view text, std::string_view lowerPrefix) {
 
 std::unique_ptr<TextSource> makeHtmlSource() {
   return std::make_unique<MarkupSource<Markup::kHtml, HtmlHandler>>();
+}
+
+std::unique_ptr<TextSource> makeBookPageSource() {
+  return std::make_unique<MarkupSource<Markup::kHtml, BookPageHandler>>();
 }
 
 std::unique_ptr<TextSource> makeXmlSource() {

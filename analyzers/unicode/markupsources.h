@@ -16,6 +16,9 @@ namespace veska::unicode {
 std::unique_ptr<TextSource> makeHtmlSource();
 bool isHtml(std::string_view head);
 
+// The same for the pages of an e-book, whose own titles nobody sees.
+std::unique_ptr<TextSource> makeBookPageSource();
+
 // Character data; every tag but those known to be inline keeps words apart. Lines stay lines.
 std::unique_ptr<TextSource> makeXmlSource();
 bool isXml(std::string_view head);

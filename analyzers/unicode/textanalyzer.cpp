@@ -6,6 +6,7 @@
 #include <ctime>
 #include <string>
 
+#include "analyzers/container.h"
 #include "analyzers/unicode/displaywriter.h"
 #include "analyzers/unicode/plaintext.h"
 #include "analyzers/unicode/tokenizer.h"
@@ -123,12 +124,32 @@ bool CTextAnalyzer::indexFile(const char* path, unsigned long parentId) {
     reportProblem("OpenFailed", path);
     return false;
   }
-  indexInput(file, path, path, parentId);
+  PeekedInput peeked(file);
+  if (CFileAnalyzer* const container = containerAnalyzer(peeked, path))
+    return container->indexFile(path, parentId);
+  indexInput(peeked, path, path, parentId);
   if (file.failed()) {
     index->readFailed = true;
     reportProblem("ReadFailed", path);
   }
   return true;
+}
+
+// Null for a document that holds no others, and for the kinds that are told by patterns.
+CFileAnalyzer* CTextAnalyzer::containerAnalyzer(PeekedInput& input, std::string_view name) const {
+  if (kind_.name != "generic") return nullptr;
+  const Kind* const kind = kindOfDocument(kind_, input.head(), name);
+  if (kind == nullptr) return nullptr;
+  return dynamic_cast<CContainerAnalyzer*>(index->analyzerNamed(std::string(kind->name)));
+}
+
+bool CTextAnalyzer::extractToTempFile(const char* container, const char* member,
+                                      const char* tempPath, unsigned long id) {
+  FileInput file(container);
+  if (!file.isOpen()) return false;
+  PeekedInput peeked(file);
+  CFileAnalyzer* const analyzer = containerAnalyzer(peeked, container);
+  return analyzer != nullptr && analyzer->extractToTempFile(container, member, tempPath, id);
 }
 
 void CTextAnalyzer::indexStream(const BlockReader& read, const char* path, unsigned long recordId) {

@@ -16,7 +16,10 @@ class CTextAnalyzer : public CFileAnalyzer {
   // Can the member of an archive be read while it is unpacked? False for kinds that want a file.
   bool canUseIndexBuffer() override { return !kind_.needsSeek; }
 
+  // A container that only its first bytes tell is handed to the analyzer of its kind.
   bool indexFile(const char* path, unsigned long parentId) override;
+  bool extractToTempFile(const char* container, const char* member, const char* tempPath,
+                         unsigned long id) override;
 
   // option: without mark-up. Without it, HTML and XML are shown as they stand.
   char* fillDisplayBuffer(const char* path, unsigned long fileId, unsigned long maxBytes,
@@ -30,6 +33,7 @@ class CTextAnalyzer : public CFileAnalyzer {
   void indexInput(veska::unicode::ByteInput& input, std::string_view name, const char* path,
                   unsigned long recordId);
   bool isMarkup() const;
+  CFileAnalyzer* containerAnalyzer(veska::unicode::PeekedInput& input, std::string_view name) const;
 
   const veska::unicode::Kind& kind_;
 };

@@ -151,6 +151,8 @@ struct SourceRequest {
   // Bytes that packed parts may expand to, for the whole document with all that it holds; 0: no
   // limit but the source's own.
   uint64_t maxExpanded = 0;
+  // Counts what archives within the document expanded to so far; null: to be counted from here on.
+  uint64_t* expanded = nullptr;
   // Documents around this one; deliverDocument (analyzers/unicode/kinds.h) counts it.
   int depth = 0;
 };

@@ -5,11 +5,12 @@
 namespace veska::unicode {
 
 bool WordScanner::starts(char32_t c) const {
-  return c < 0x7F ? index_.validCharMask[c] : c >= 0x80 && factsOf(c).is(CharFacts::kLetter);
+  if (c < 0x7F) return index_.validCharMask[c] || isWildcard(c);
+  return c >= 0x80 && factsOf(c).is(CharFacts::kLetter);
 }
 
 bool WordScanner::continues(char32_t c) const {
-  if (c < 0x7F) return index_.validCharMask[c] || index_.validTrailingMask[c];
+  if (c < 0x7F) return index_.validCharMask[c] || index_.validTrailingMask[c] || isWildcard(c);
   return c >= 0x80 && factsOf(c).isWordCharacter();
 }
 

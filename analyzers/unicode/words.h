@@ -21,8 +21,9 @@ struct WordRun {
 
 class WordScanner {
  public:
-  // The masks are the index's; it outlives the object.
-  explicit WordScanner(const CVeskaIndex& index) : index_(index) {}
+  // The masks are the index's; it outlives the object. wildcards: "*" and "?" are letters too.
+  explicit WordScanner(const CVeskaIndex& index, bool wildcards = false)
+      : index_(index), wildcards_(wildcards) {}
 
   // Is the character one that words may hold, but for what is passed over in them?
   bool continues(char32_t character) const;
@@ -39,7 +40,10 @@ class WordScanner {
   static size_t clusterEnd(std::string_view text, size_t from, size_t end);
 
  private:
+  bool isWildcard(char32_t c) const { return wildcards_ && (c == U'*' || c == U'?'); }
+
   const CVeskaIndex& index_;
+  const bool wildcards_;
 };
 
 }  // namespace veska::unicode

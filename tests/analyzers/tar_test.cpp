@@ -137,7 +137,7 @@ TEST_F(Tar, UnicodeTextIsReadAsInAFileOfItsOwn) {
   EXPECT_EQ(words, 1U);
   EXPECT_TRUE(indexNew("a.tar", tarMember("in.txt", text) + tarEnd()));
   EXPECT_EQ(index().wordsIndexed, words);
-  EXPECT_EQ(seenIn(index().words->getText(index().words->getFirst())), "a.tar//in.txt");
+  EXPECT_EQ(seenIn(index().words->getText(index().words->getFirst())), "a.tar//prefix/in.txt");
 }
 
 TEST_F(Tar, DamageAnywhereIsSurvived) {

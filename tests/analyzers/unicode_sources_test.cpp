@@ -9,31 +9,12 @@
 #include "analyzers/unicode/charset.h"
 #include "analyzers/unicode/displaywriter.h"
 #include "analyzers/unicode/kinds.h"
+#include "tests/analyzers/shown.h"
 
 namespace veska::unicode {
 namespace {
 
-// The text of a document as the display writer shows it, read in blocks of so many bytes.
-std::string shown(const std::string& bytes, std::string_view name, std::string_view charset = {},
-                  size_t block = 1 << 20, size_t maxBytes = 1 << 20, int lineWidth = 0) {
-  size_t at = 0;
-  StreamInput input([&](char* to, size_t wanted) {
-    size_t done = 0;
-    while (done < wanted && at < bytes.size()) {
-      const size_t count = std::min({block, wanted - done, bytes.size() - at});
-      bytes.copy(to + done, count, at);
-      at += count;
-      done += count;
-    }
-    return done;
-  });
-  SourceRequest request;
-  request.name = name;
-  request.charset = charset;
-  DisplayWriter writer(maxBytes, lineWidth);
-  deliverDocument(input, request, writer);
-  return writer.finish();
-}
+using test::shown;
 
 std::string utf16(const std::u16string& text, bool little) {
   std::string bytes;

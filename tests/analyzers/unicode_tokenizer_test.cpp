@@ -5,6 +5,7 @@
 #include <unistd.h>
 #include <utf8proc.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <random>
 #include <string>
@@ -14,6 +15,7 @@
 #include "analyzers/unicode/charset.h"
 #include "analyzers/unicode/tokenizer.h"
 #include "analyzers/unicode/words.h"
+#include "api/veskalib.h"
 #include "index/index.h"
 #include "storage/hashentries.h"
 #include "tests/support/tempdir.h"
@@ -183,6 +185,37 @@ TEST_F(UnicodeTokenizer, ScannerFindsTheSameRuns) {
       words.insert(words.end(), ofRun.begin(), ofRun.end());
     }
     ASSERT_EQ(words, cut(text)) << "round " << round << ": " << text;
+  }
+}
+
+TEST_F(UnicodeTokenizer, WalkTellsTheSameWordsWithTheirPlaces) {
+  static constexpr WordLengths kAny = {1, ~size_t{0}};
+  struct Told {
+    const std::string text;
+    Words words;
+    size_t lastBegin = 0;
+  };
+  const auto take = [](void* context, const char* word, unsigned long begin, unsigned long end,
+                       int shape) {
+    Told& told = *static_cast<Told*>(context);
+    ASSERT_LE(told.lastBegin, begin);
+    ASSERT_LT(begin, end);
+    told.lastBegin = begin;
+    told.words.push_back(word);
+    // A mark that has strayed into such a run may begin one of its pairs.
+    const std::string part = told.text.substr(begin, end - begin);
+    if (sortOf(characters(part)[0], false) != Sort::kLetter) return;
+    const Words there = slowCut(part, kAny);
+    EXPECT_NE(std::find(there.begin(), there.end(), word), there.end()) << word;
+    const size_t count = characters(word).size();
+    EXPECT_TRUE(shape == VESKA_WORD || count == (shape == VESKA_SINGLE ? 1 : 2)) << word;
+    EXPECT_TRUE(shape != VESKA_WORD || !hasNoBlanks(characters(word)[0])) << word;
+  };
+  std::mt19937 random(11);
+  for (int round = 0; round < 2000; ++round) {
+    Told told{generatedText(random), {}};
+    vidxWalkWords(&index, told.text.data(), told.text.size(), false, take, &told);
+    ASSERT_EQ(told.words, slowCut(told.text, kAny)) << "round " << round << ": " << told.text;
   }
 }
 

@@ -49,7 +49,7 @@ class KilledRun : public ProgramTest {
       EXPECT_EQ(run({"update"}).status, 0) << "killed before change " << n;
       EXPECT_TRUE(answers() == fresh) << "killed before change " << n;
       // Nothing is left over but the one generation.
-      EXPECT_EQ(listTree(path("home/indexes/default")).size(), 10u) << "change " << n;
+      EXPECT_EQ(listTree(path("home/indexes/default")).size(), 11u) << "change " << n;
       if (HasFailure()) break;
     }
     EXPECT_GT(kills, 40);

@@ -73,7 +73,8 @@ TEST_F(Main, ConfigTellsOfFilesBeforeTheyAreThere) {
             "index       DIR/home/indexes/default/tables  (none yet)\n"
             "cache       DIR/home/cache/default  (none yet)\n\n"
             "roots       none\n"
-            "words       2 to 64 bytes long\n"
+            "text        of every script (Unicode)\n"
+            "words       2 to 64 characters long\n"
             "limits      64 MB of a file, 256 MB of an archive's member, 1024 MB of an archive\n"
             "            10 archives deep, 60 s for a converter\n"
             "unread      files that no reader reads are known by name\n" +

@@ -163,6 +163,10 @@ Outcome ProgramTest::run(std::vector<std::string> words, const Surroundings& sur
   return RunningProgram(std::move(words), folder(), surroundings).wait();
 }
 
+Outcome ProgramTest::runIn(const std::string& locale, std::vector<std::string> words) const {
+  return run(std::move(words), {{{"LC_ALL", locale}}, {}, 0});
+}
+
 std::string ProgramTest::out(std::vector<std::string> words) const {
   const Outcome outcome = run(std::move(words));
   EXPECT_EQ(outcome.status, 0) << outcome;

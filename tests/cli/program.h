@@ -55,6 +55,8 @@ class ProgramTest : public testing::Test {
   // The home is DIR/home, the working directory DIR. Locale and colours of the surroundings are
   // off.
   Outcome run(std::vector<std::string> words, const Surroundings& surroundings = {}) const;
+  // The same under another locale, which need not be installed: "C", "de_DE.ISO-8859-1".
+  Outcome runIn(const std::string& locale, std::vector<std::string> words) const;
   // out of a run that must end with status 0 and without remarks.
   std::string out(std::vector<std::string> words) const;
 

@@ -64,6 +64,7 @@ TEST(Query, OperatorsBindAsDocumented) {
       {"a1 NOT NOT b1", "a1 b1 - - &"},
       {"or and not near", "or and & not & near &"},
       {"((a1))", "a1"},
+      {"a1\u3000\u3000b1", "a1 b1 &"},
       {"printf()", "printf"},
       {"printf(format)", "printf format &"},
   };

@@ -148,7 +148,7 @@ class Damage : public ReaderTest {
       for (FileId file = reader.firstFile(); file != 0; file = reader.nextFile(file)) {
         attempt([&] { reader.isLive(file); });
       }
-      attempt([&] { reader.wildcardPostings("*"); });
+      attempt([&] { reader.postings(QueryWord{"*", true}); });
       attempt([&] { locate(reader, files_.folder() + "/d1/new.txt"); });
     });
   }

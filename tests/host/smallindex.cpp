@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "host/accents.h"
 #include "host/settings.h"
 #include "host/state.h"
 
@@ -21,7 +22,7 @@ Settings plainTextOnly() {
 
 }  // namespace
 
-SmallIndex::SmallIndex() {
+SmallIndex::SmallIndex(bool unicode) : unicode_(unicode) {
   for (const std::string& path : {tables(), folder(), dir_ / "scratch"}) {
     std::filesystem::create_directories(path);
   }
@@ -44,7 +45,7 @@ void SmallIndex::remove(const std::string& name) {
 
 void SmallIndex::build() {
   session_.reset();
-  session_ = std::make_unique<Session>(Session::create(tables()));
+  session_ = std::make_unique<Session>(Session::create(tables(), unicode_));
   CVeskaIndex* index = session_->index();
   session_->applySettings(plainTextOnly(), dir_ / "scratch");
   session_->prepareRun(State{}, 0, false);
@@ -56,7 +57,7 @@ void SmallIndex::build() {
 
 void SmallIndex::update() {
   session_.reset();
-  session_ = std::make_unique<Session>(Session::open(tables()));
+  session_ = std::make_unique<Session>(Session::open(tables(), unicode_));
   session_->applySettings(plainTextOnly(), dir_ / "scratch");
   session_->prepareRun(State{}, 0, true);
   vidxPrune(session_->index());
@@ -67,12 +68,13 @@ void SmallIndex::save() {
   vidxCompressLinks(session_->index());
   vidxStoreStorage(session_->index(), tables().c_str());
   session_->check();
+  if (unicode_) writeAccents(session_->index(), tables());
   session_.reset();
 }
 
 CVeskaIndex* SmallIndex::open() {
   session_.reset();
-  session_ = std::make_unique<Session>(Session::open(tables()));
+  session_ = std::make_unique<Session>(Session::open(tables(), unicode_));
   return session_->index();
 }
 

@@ -14,7 +14,8 @@ namespace veska::test {
 
 class SmallIndex {
  public:
-  SmallIndex();
+  // unicode: of Unicode text, not of 8-bit text.
+  explicit SmallIndex(bool unicode = false);
 
   // On disk only; what follows takes them into the index.
   void write(const std::string& name, const std::string& text);  // name: relative, "a/b.txt"
@@ -35,6 +36,7 @@ class SmallIndex {
  private:
   void save();
 
+  const bool unicode_;
   TempDir dir_;
   int writes_ = 0;
   std::map<std::string, std::string> texts_;

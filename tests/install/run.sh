@@ -37,6 +37,5 @@ package/c_host
 package/cpp_host
 
 if [[ -x $prefix/bin/veska ]]; then
-  ldd "$prefix/bin/veska" | grep -F "libveska.so.1 => $prefix/"
   "$prefix/bin/veska" --version
 fi

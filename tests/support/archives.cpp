@@ -67,6 +67,15 @@ std::string zipArchive(const std::vector<ZipMember>& members) {
 
 std::string gzipped(std::string_view bytes) { return deflated(bytes, 15 + 16); }
 
+void setTarSum(std::string& member) {
+  member.replace(148, 8, 8, ' ');
+  unsigned sum = 0;
+  for (size_t i = 0; i < 512; ++i) sum += static_cast<unsigned char>(member[i]);
+  char digits[8];
+  std::snprintf(digits, sizeof digits, "%06o", sum & 0777777);
+  member.replace(148, 7, digits, 7);
+}
+
 std::string tarMember(std::string_view name, std::string_view data, char kind,
                       std::string_view size) {
   char digits[13];
@@ -79,6 +88,7 @@ std::string tarMember(std::string_view name, std::string_view data, char kind,
   header[156] = kind;
   header.replace(257, 5, "ustar");
   header.replace(345, 6, "prefix");
+  setTarSum(header);
   std::string block(data);
   block.resize((data.size() + 511) / 512 * 512);
   return header + block;

@@ -28,6 +28,9 @@ std::string gzipped(std::string_view bytes);
 std::string tarMember(std::string_view name, std::string_view data, char kind = '0',
                       std::string_view size = {});
 
+// Sets the check sum of the header at the beginning of a member.
+void setTarSum(std::string& member);
+
 // The blocks of zeros that end a TAR archive.
 inline std::string tarEnd() { return std::string(1024, '\0'); }
 

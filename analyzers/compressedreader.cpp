@@ -1,0 +1,166 @@
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "analyzers/archivereader.h"
+#include "analyzers/decoder.h"
+
+using namespace veska::unicode;
+
+namespace {
+
+using Recogniser = bool (*)(std::string_view head);
+
+constexpr size_t kBufferBytes = 65536;
+constexpr size_t kMagicBytes = 16;  // enough to recognise each format
+
+struct Extension {
+  std::string_view packed;
+  std::string_view unpacked;
+};
+constexpr Extension kExtensions[] = {
+    {".gz", ""},      {".xz", ""},      {".bz2", ""},      {".zst", ""},      {".tgz", ".tar"},
+    {".txz", ".tar"}, {".tbz", ".tar"}, {".tbz2", ".tar"}, {".tzst", ".tar"},
+};
+
+// What a file of that name holds is called. A name without an extension of these stays as it is.
+std::string unpackedName(std::string_view path) {
+  const std::string_view base = path.substr(path.find_last_of("/\\") + 1);
+  const size_t dot = base.rfind('.');
+  if (dot == base.npos || dot == 0) return std::string(base);
+  std::string extension(base.substr(dot));
+  for (char& c : extension)
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 0x20);
+  for (const Extension& known : kExtensions)
+    if (known.packed == extension) return std::string(base.substr(0, dot)).append(known.unpacked);
+  return std::string(base);
+}
+
+class CompressedReader : public ArchiveReader {
+ public:
+  CompressedReader(ByteInput& input, std::string_view name, std::unique_ptr<Decoder> decoder,
+                   Recogniser recognise)
+      : input_(input),
+        decoder_(std::move(decoder)),
+        recognise_(recognise),
+        buffer_(std::make_unique_for_overwrite<char[]>(kBufferBytes)) {
+    rest_ = {buffer_.get(), 0};
+    setName(unpackedName(name), "WINDOWS-1252");
+  }
+
+  bool next() override { return !std::exchange(taken_, true); }
+
+  Opened open() override {
+    fill();
+    plain_ = !recognise_(rest_);
+    return plain_ || beginStream() ? Opened::kYes : Opened::kUnreadable;
+  }
+
+  long read(char* to, size_t bytes) override {
+    size_t done = 0;
+    while (done < bytes && !ended_) {
+      if (rest_.empty()) fill();
+      done += plain_ ? copy(to + done, bytes - done) : decode(to + done, bytes - done);
+    }
+    return done == 0 && broken_ ? -1 : static_cast<long>(done);
+  }
+
+ private:
+  // Reads on, behind what is left.
+  void fill() {
+    std::memmove(buffer_.get(), rest_.data(), rest_.size());
+    const size_t wanted = kBufferBytes - rest_.size();
+    const size_t got = input_.read(buffer_.get() + rest_.size(), wanted);
+    rest_ = {buffer_.get(), rest_.size() + got};
+    inputEnded_ = got < wanted;
+  }
+
+  bool beginStream() {
+    inStream_ = decoder_->begin();
+    return inStream_;
+  }
+
+  size_t copy(char* to, size_t bytes) {
+    const size_t count = rest_.copy(to, bytes);
+    rest_.remove_prefix(count);
+    ended_ = rest_.empty() && inputEnded_;
+    return count;
+  }
+
+  // Another stream may follow, behind zeros that fill a block; what is none does not count.
+  void betweenStreams() {
+    rest_.remove_prefix(std::min(rest_.find_first_not_of('\0'), rest_.size()));
+    if (rest_.size() < kMagicBytes && !inputEnded_) fill();
+    if (rest_.starts_with('\0')) return;
+    ended_ = !recognise_(rest_) || !beginStream();
+  }
+
+  size_t decode(char* to, size_t bytes) {
+    if (!inStream_) {
+      betweenStreams();
+      return 0;
+    }
+    const size_t before = rest_.size();
+    size_t written = 0;
+    const Decoder::State state = decoder_->decode(rest_, to, bytes, &written);
+    if (state == Decoder::State::kEnded) inStream_ = false;
+    const bool stuck = state == Decoder::State::kGoesOn && written == 0 && rest_.size() == before;
+    broken_ = state == Decoder::State::kDamaged || (stuck && (inputEnded_ || before != 0));
+    ended_ = broken_;
+    return written;
+  }
+
+  ByteInput& input_;
+  std::unique_ptr<Decoder> decoder_;
+  Recogniser recognise_;
+  std::unique_ptr<char[]> buffer_;
+  std::string_view rest_;  // read, not yet decoded; in buffer_
+  bool taken_ = false;
+  bool plain_ = false;
+  bool inStream_ = false;
+  bool inputEnded_ = false;
+  bool ended_ = false;
+  bool broken_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<ArchiveReader> openGzip(ByteInput& input, std::string_view name) {
+  return std::make_unique<CompressedReader>(input, name, makeGzipDecoder(), isGzip);
+}
+
+std::unique_ptr<ArchiveReader> openXz(ByteInput& input, std::string_view name) {
+  return std::make_unique<CompressedReader>(input, name, makeXzDecoder(), isXz);
+}
+
+std::unique_ptr<ArchiveReader> openBzip2(ByteInput& input, std::string_view name) {
+  return std::make_unique<CompressedReader>(input, name, makeBzip2Decoder(), isBzip2);
+}
+
+std::unique_ptr<ArchiveReader> openZstd(ByteInput& input, std::string_view name) {
+  return std::make_unique<CompressedReader>(input, name, makeZstdDecoder(), isZstd);
+}
+
+bool isGzip(std::string_view head) { return head.starts_with("\x1F\x8B\x08"); }
+
+bool isXz(std::string_view head) {
+  return head.starts_with(
+      std::string_view("\xFD"
+                       "7zXZ\0",
+                       6));
+}
+
+// A block follows, or the end of an empty file.
+bool isBzip2(std::string_view head) {
+  constexpr size_t kLevel = 3;
+  if (!head.starts_with("BZh") || head.size() < 10 || head[kLevel] < '1' || head[kLevel] > '9')
+    return false;
+  const std::string_view magic = head.substr(kLevel + 1, 6);
+  return magic == "1AY&SY" || magic == "\x17\x72\x45\x38\x50\x90";
+}
+
+// A frame, or one that is to be passed over.
+bool isZstd(std::string_view head) {
+  return head.starts_with("\x28\xB5\x2F\xFD") ||
+         (head.size() >= 4 && (head[0] & 0xF0) == 0x50 && head.substr(1, 3) == "\x2A\x4D\x18");
+}

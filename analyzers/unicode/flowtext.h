@@ -1,0 +1,81 @@
+// Running text out of mark-up, whose blanks and line ends mean no more than one blank.
+
+#ifndef VESKA_ANALYZERS_UNICODE_FLOWTEXT_H_
+#define VESKA_ANALYZERS_UNICODE_FLOWTEXT_H_
+
+#include <string>
+#include <string_view>
+
+#include "analyzers/unicode/textsource.h"
+
+namespace veska::unicode {
+
+inline bool isFlowBlank(char c) {
+  return c == ' ' || c == '\n' || c == '\t' || c == '\r' || c == '\f';
+}
+
+// Collects the text and passes it on in large pieces. Results: false when the sink wants no more.
+class FlowText {
+ public:
+  // keepLines: a blank that holds a line feed is a line's end.
+  FlowText(TextSink& sink, bool keepLines) : sink_(sink), keepLines_(keepLines) {}
+
+  bool add(std::string_view text) {
+    size_t at = 0;
+    while (at < text.size()) {
+      if (isFlowBlank(text[at])) {
+        sawLine_ = sawLine_ || text[at] == '\n';
+        blank_ = true;
+        ++at;
+        continue;
+      }
+      size_t end = at;
+      while (end < text.size() && !isFlowBlank(text[end])) ++end;
+      writeBlank();
+      buffer_ += text.substr(at, end - at);
+      started_ = true;
+      at = end;
+    }
+    return buffer_.size() < kPieceBytes || flush();
+  }
+
+  // Text in which blanks and lines stand as they are.
+  bool addVerbatim(std::string_view text) {
+    writeBlank();
+    started_ = true;
+    return flush() && sink_.text(text);
+  }
+
+  bool boundary(Break strength) {
+    if (!flush()) return false;
+    blank_ = blank_ && strength == Break::kWord;
+    started_ = started_ && strength == Break::kWord;
+    return sink_.boundary(strength);
+  }
+
+  bool flush() {
+    if (buffer_.empty()) return true;
+    const bool more = sink_.text(buffer_);
+    buffer_.clear();
+    return more;
+  }
+
+ private:
+  static constexpr size_t kPieceBytes = 32768;
+
+  void writeBlank() {
+    if (blank_ && started_) buffer_ += keepLines_ && sawLine_ ? '\n' : ' ';
+    blank_ = sawLine_ = false;
+  }
+
+  TextSink& sink_;
+  const bool keepLines_;
+  std::string buffer_;
+  bool blank_ = false;    // seen since the last text
+  bool sawLine_ = false;  // with a line feed in it
+  bool started_ = false;  // text stands in this line
+};
+
+}  // namespace veska::unicode
+
+#endif  // VESKA_ANALYZERS_UNICODE_FLOWTEXT_H_

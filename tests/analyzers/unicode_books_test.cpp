@@ -1,0 +1,157 @@
+// OpenDocument files, EPUB and FictionBook in the Unicode mode.
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/analyzers/archives.h"
+#include "tests/analyzers/documenttext.h"
+
+namespace veska::test {
+namespace {
+
+using unicode::Outcome;
+
+std::string odf(const std::string& kind, const std::string& body,
+                const std::vector<ZipMember>& others = {}) {
+  std::vector<ZipMember> members = {
+      {"mimetype", "application/vnd.oasis.opendocument." + kind, false},
+      {"content.xml", "<office:document-content><office:body><office:" + kind + ">" + body +
+                          "</office:" + kind + "></office:body></office:document-content>"}};
+  members.insert(members.end(), others.begin(), others.end());
+  return zipArchive(members);
+}
+
+TEST(UnicodeOdf, KeepsWordsWholeAndParagraphsApart) {
+  const struct {
+    const char* body;
+    const char* text;
+  } cases[] = {
+      {"<text:h>Head</text:h><text:p>wo<text:span>rd</text:span>\n s<text:s text:c='9'/>t"
+       "<text:tab/>u<text:line-break/>v</text:p>",
+       "Head\n\nword s t u\nv\n"},
+      {"<text:p>wo<text:note><text:note-citation>1</text:note-citation><text:note-body><text:p>note"
+       "</text:p></text:note-body></text:note>rd</text:p>",
+       "word\n\nnote\n"},
+      {"<text:p>wo<office:annotation><dc:creator>X</dc:creator><dc:date>2021</"
+       "dc:date><text:p>remark"
+       "</text:p></office:annotation>rd<draw:frame><svg:title>alt</"
+       "svg:title><draw:text-box><text:p>"
+       "box</text:p></draw:text-box></draw:frame>s</text:p>",
+       "words\n\nremark\n\nbox\n"},
+      {"<text:tracked-changes><text:changed-region><text:deletion><text:p>gone</text:p>"
+       "</text:deletion></text:changed-region></text:tracked-changes><text:p>a<text:change/>b"
+       "</text:p>",
+       "ab\n"},
+      {"<text:p><text:ruby><text:ruby-base>base</text:ruby-base><text:ruby-text>top"
+       "</text:ruby-text></text:ruby>end</text:p>",
+       "baseend\n\ntop\n"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(readDocument(odf("text", c.body), "a.odt").text, c.text) << c.body;
+    EXPECT_EQ(readDocument(odf("text", c.body), "a").text, c.text) << c.body;
+    EXPECT_EQ(
+        readDocument("<?xml version='1.0'?><office:document>" + std::string(c.body), "a").text,
+        c.text);
+  }
+}
+
+TEST(UnicodeOdf, ReadsSheetsWithoutBlowingThemUp) {
+  const std::string sheet =
+      "<table:table table:name='Prices'><table:table-row table:number-rows-repeated='1000000'>"
+      "<table:table-cell table:number-columns-repeated='1000'><text:p>1.5</text:p>"
+      "</table:table-cell><table:table-cell><text:p>a</text:p><text:p>b</text:p>"
+      "</table:table-cell></table:table-row><table:table-row><table:table-cell/>"
+      "<table:table-cell><text:p>c</text:p></table:table-cell></table:table-row></table:table>";
+  EXPECT_EQ(readDocument(odf("spreadsheet", sheet), "a.ods").text, "Prices\n\n1.5 a\nb\nc\n");
+}
+
+TEST(UnicodeOdf, TakesPropertiesHeadersAndTitlesOfCharts) {
+  const std::string bytes = odf(
+      "text", "<text:p>body</text:p>",
+      {{"meta.xml",
+        "<office:meta><meta:generator>G</meta:generator><dc:title>T</dc:title>"
+        "<meta:keyword>K</meta:keyword></office:meta>"},
+       {"styles.xml",
+        "<office:master-styles><style:master-page><draw:frame><text:p>Click to edit</text:p>"
+        "</draw:frame><style:header><text:p>Annual report, page <text:page-number>1"
+        "</text:page-number></text:p></style:header><style:footer><text:p>Page <text:page-number>1"
+        "</text:page-number></text:p></style:footer><style:header-left style:display='false'>"
+        "<text:p>unseen</text:p></style:header-left></style:master-page></office:master-styles>"},
+       {"Object 1/content.xml",
+        "<chart:chart><chart:title><text:p>Chart</text:p></chart:title>"
+        "<table:table><text:p>3</text:p></table:table></chart:chart>"}});
+  EXPECT_EQ(readDocument(bytes, "a.odt").text, "T\nK\n\nbody\n\nAnnual report, page\n\nChart\n");
+}
+
+TEST(UnicodeOdf, TemplatesMayHaveNoContents) {
+  const std::string mimetype = "application/vnd.oasis.opendocument.text-template";
+  const std::string bytes = zipArchive(
+      {{"mimetype", mimetype, false}, {"meta.xml", "<dc:title>T</dc:title>"}, {"styles.xml", ""}});
+  EXPECT_EQ(readDocument(bytes, "a.ott").text, "T\n");
+  EXPECT_EQ(readDocument(bytes, "a.ott").outcome, Outcome::kDone);
+  EXPECT_EQ(readDocument(zipArchive({{"mimetype", mimetype, false}}), "a").outcome,
+            Outcome::kDamaged);
+}
+
+TEST(UnicodeOdf, EncryptionIsTold) {
+  const std::string bytes =
+      odf("text", "<text:p>\x01\x02</text:p>",
+          {{"META-INF/manifest.xml", "<manifest:file-entry><manifest:encryption-data/>"}});
+  const DocumentText document = readDocument(bytes, "a.odt");
+  EXPECT_EQ(document.outcome, Outcome::kNeedsPassword);
+  EXPECT_EQ(document.text, "");
+}
+
+std::string epub(const std::string& opf, const std::vector<ZipMember>& others = {}) {
+  std::vector<ZipMember> members = {
+      {"mimetype", "application/epub+zip", false},
+      {"META-INF/container.xml",
+       "<container><rootfiles><rootfile full-path='O/book.opf'/>"
+       "</rootfiles></container>"},
+      {"O/text/one.xhtml", "<html><head><title>one.xhtml</title></head><body><p>on<b>e</b></p>"},
+      {"O/text/two three.xhtml", "<html><body><h1>two</h1>&eacute;t&eacute;</body></html>"},
+      {"O/cover.svg", "<svg><text>cover</text></svg>"},
+      {"O/book.opf", opf}};
+  members.insert(members.end(), others.begin(), others.end());
+  return zipArchive(members);
+}
+
+TEST(UnicodeEpub, PagesComeInTheOrderOfTheSpine) {
+  const std::string opf =
+      "<package><metadata><dc:title>Title</dc:title><dc:creator>Author</dc:creator>"
+      "<dc:identifier>urn:x</dc:identifier></metadata><manifest>"
+      "<item id='a' href='text/one.xhtml'/><item id='b' href='text/two%20three.xhtml'/>"
+      "<item id='c' href='cover.svg'/></manifest>"
+      "<spine><itemref idref='c'/><itemref idref='b'/><itemref idref='lost'/><itemref idref='a'/>"
+      "</spine></package>";
+  const std::string text = "Title\nAuthor\n\ncover\n\ntwo\n\n\u00E9t\u00E9\n\none\n";
+  EXPECT_EQ(readDocument(epub(opf), "a.epub").text, text);
+  EXPECT_EQ(readDocument(epub(opf), "a").text, text);
+  EXPECT_EQ(readDocument(epub("<package><spi"), "a.epub").text, "one\n\ntwo\n\n\u00E9t\u00E9\n");
+  const DocumentText locked =
+      readDocument(epub(opf, {{"META-INF/encryption.xml",
+                               "<enc:CipherReference URI='O/text/one.xhtml'/><enc:CipherReference "
+                               "URI='O/font.otf'/>"}}),
+                   "a.epub");
+  EXPECT_EQ(locked.outcome, Outcome::kNeedsPassword);
+  EXPECT_EQ(locked.text, "Title\nAuthor\n\ncover\n\ntwo\n\n\u00E9t\u00E9\n");
+}
+
+TEST(UnicodeFb2, ReadsTheBookInItsCharacterSet) {
+  const std::string book =
+      "<?xml version=\"1.0\" encoding=\"windows-1251\"?>\n<FictionBook><description><title-info>"
+      "<genre>sf</genre><author><first-name>\xC0</first-name><last-name>B</last-name></author>"
+      "<book-title>T</book-title></title-info><document-info><id>X</id></document-info>"
+      "</description><body><section><title><p>\xCC\xEE</p></title><p>wo<emphasis>rd</emphasis>"
+      "</p><poem><stanza><v>l1</v><v>l2</v></stanza></poem></section></body>"
+      "<binary>QUJD</binary></FictionBook>";
+  const std::string text = "\u0410 B\n\nT\n\n\u041C\u043E\n\nword\n\nl1\nl2\n";
+  EXPECT_EQ(readDocument(book, "a.fb2").text, text);
+  EXPECT_EQ(readDocument(book, "a").text, text);
+  EXPECT_EQ(readDocument(zipArchive({{"a.fb2", book}}), "a.fb2.zip").text, text);
+}
+
+}  // namespace
+}  // namespace veska::test

@@ -1,0 +1,239 @@
+// Messages: headers, parts, and what of them is text.
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "analyzers/unicode/mailheader.h"
+#include "tests/analyzers/shown.h"
+
+namespace veska::unicode {
+namespace {
+
+using test::shown;
+
+const std::string kHead =
+    "Received: by host\nSubject: S\nFrom: a@b\nDate: Mon, 15 Nov 2026 09:18:45 +0100\n";
+const std::string kHeadShown = "S\na@b\nMon, 15 Nov 2026 09:18:45 +0100\n\n";
+
+// The text of a message's body, whose header goes on with these fields.
+std::string body(const std::string& rest, Outcome* outcome = nullptr) {
+  const std::string text = shown(kHead + rest, "", {}, 1 << 20, 1 << 20, 0, outcome);
+  EXPECT_TRUE(text.starts_with(kHeadShown.substr(0, kHeadShown.size() - 1))) << text;
+  return text.size() < kHeadShown.size() ? "" : text.substr(kHeadShown.size());
+}
+
+std::string multipart(const std::string& subtype, const std::string& parts) {
+  return "Content-Type: multipart/" + subtype + "; boundary=\"=_b 1\"\n\npreamble\n" + parts;
+}
+
+TEST(MailHeader, DecodesEncodedWords) {
+  const struct {
+    std::string_view field;
+    std::string_view text;
+  } cases[] = {
+      {"plain  text\r\n\tfolded", "plain text folded"},
+      {"=?ISO-8859-1?Q?a?= =?ISO-8859-1?Q?b?=", "ab"},
+      {"=?ISO-8859-1?Q?a?= b", "a b"},
+      {"=?ISO-8859-1?Q?a_b?=\n  =?utf-8*en?q?=C3=A9?=", "a b\u00E9"},
+      {"(=?iso-8859-1?q?caf=E9?=)", "(caf\u00E9)"},
+      {"=?UTF-8?B?5p2x?= =?UTF-8?B?5Lqs?=", "\u6771\u4EAC"},
+      // A character cut in two by the words.
+      {"=?UTF-8?B?5p0=?= =?UTF-8?B?sQ==?=", "\u6771"},
+      {"=?ISO-2022-JP?B?GyRCRnxLXBsoQg==?=", "\u65E5\u672C"},
+      {"=?koi8-r?B?7c/Ty9fB?= x", "\u041C\u043E\u0441\u043A\u0432\u0430 x"},
+      {"=?no-such-set?Q?caf=E9?=", "caf\u00E9"},
+      {"raw caf\xE9", "raw caf\u00E9"},
+      {"raw \u00E9", "raw \u00E9"},
+      {"=?utf-8?X?a?= =?utf-8?Q?open", "=?utf-8?X?a?= =?utf-8?Q?open"},
+      {"=?=?=??Q?", "=?=?=??Q?"},
+      {"", ""},
+  };
+  for (const auto& c : cases) EXPECT_EQ(decodeHeaderText(c.field), c.text) << c.field;
+}
+
+TEST(MailHeader, KeepsNamesApartThatAreEncodedOneByOne) {
+  const std::string words = "=?utf-8?Q?J=C3=B6rg?= =?utf-8?Q?M=C3=BCller?= <j@x>";
+  EXPECT_EQ(decodeHeaderText(words, {}, EncodedWords::kNames), "J\u00F6rg M\u00FCller <j@x>");
+  const std::string half = "=?utf-8?Q?" + std::string(60, 'a') + "?=";
+  EXPECT_EQ(decodeHeaderText(half + " " + half, {}, EncodedWords::kNames), std::string(120, 'a'));
+}
+
+TEST(MailHeader, JoinsAndDecodesParameters) {
+  const struct {
+    std::string_view field;
+    std::string_view name;
+  } cases[] = {
+      {"attachment; filename=plain.txt", "plain.txt"},
+      {"attachment; FileName = \"a;b \\\"c\\\".txt\" ; x=y", "a;b \"c\".txt"},
+      {"attachment; filename*=iso-8859-1'fr'caf%E9.txt", "caf\u00E9.txt"},
+      {"attachment; filename*0*=utf-8''%e6%9d; filename*1*=%b1; filename*2=\".txt\"", "\u6771.txt"},
+      {"attachment; filename*1=b; filename*0=a", "ab"},
+      {"attachment; filename=\"=?utf-8?Q?caf=C3=A9?=.txt\"", "caf\u00E9.txt"},
+      {"attachment; filename=\"open", "open"},
+      {"attachment; filename*=utf-8''%zz%4", "%zz%4"},
+      {"attachment; filename", ""},
+      {";;;=;", ""},
+  };
+  for (const auto& c : cases) {
+    MailHeader header;
+    header.disposition = c.field;
+    EXPECT_EQ(header.fileName(), c.name) << c.field;
+  }
+}
+
+TEST(MailHeader, ReadsDates) {
+  const struct {
+    std::string_view field;
+    int64_t seconds;
+    std::string_view text;
+  } cases[] = {
+      {"Mon, 15 Nov 2026 09:18:45 +0100 (CET)", 1794730725, "2026-11-15 09:18:45"},
+      {"15 nov 26 09:18 EST", 1794752280, "2026-11-15 09:18:00"},
+      {"Mon Nov 15 09:18:45 2026", 1794734325, "2026-11-15 09:18:45"},
+      {"1 Jan 98 00:00:00 GMT", 883612800, "1998-01-01 00:00:00"},
+      {"32 Nov 2026 09:18:45 +0000", 0, ""},
+      {"15 Nov 2026 99:99:99 +0000", 0, ""},
+      {"yesterday", 0, ""},
+      {"", 0, ""},
+  };
+  for (const auto& c : cases) {
+    const std::optional<MailDate> date = parseMailDate(c.field);
+    EXPECT_EQ(date ? date->seconds : 0, c.seconds) << c.field;
+    EXPECT_EQ(date ? date->text : "", c.text) << c.field;
+  }
+}
+
+TEST(MailParts, AreDecodedTheSameInWhateverPieces) {
+  const struct {
+    TransferEncoding encoding;
+    std::string text;
+    std::string bytes;
+  } cases[] = {
+      {TransferEncoding::kQuotedPrintable, "a=3Db=E9=\r\nc= \t\nd =zz =4 =",
+       "a=b\xE9"
+       "cd =zz =4 "},
+      {TransferEncoding::kQuotedPrintable, "x=4", "x=4"},
+      {TransferEncoding::kBase64, "YWJj\r\nZGU=\r\n", "abcde"},
+      {TransferEncoding::kBase64, "YWJj ZG!U", "abcde"},
+      {TransferEncoding::kBase64, "YWJj\n________\nlist footer text\n", "abc"},
+      {TransferEncoding::kBase64, "YQ==YQ==", "a"},
+      {TransferEncoding::kBase64, "Y", ""},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(decodeTransfer(c.text, c.encoding), c.bytes) << c.text;
+    for (size_t piece = 1; piece < 8; ++piece) {
+      MemoryInput encoded(c.text);
+      DecodedInput input(encoded, c.encoding);
+      std::string all(c.bytes.size() + 8, '\0');
+      size_t done = 0;
+      while (const size_t got = input.read(all.data() + done, std::min(piece, all.size() - done)))
+        done += got;
+      EXPECT_EQ(all.substr(0, done), c.bytes) << c.text << ' ' << piece;
+    }
+  }
+}
+
+TEST(Mail, BeginsWithWhatPeopleLookFor) {
+  EXPECT_EQ(shown("Date: 15 Nov 2026\nTo: =?utf-8?Q?J=C3=B6rg?= <j@x>,\n c@d\nReceived: x\n"
+                  "Cc: e@f\nFrom: Ann <a@b>\nSubject: =?utf-8?Q?caf=C3=A9?=\n\nText.\n",
+                  "x.eml"),
+            "caf\u00E9\nAnn <a@b>\n-> J\u00F6rg <j@x>, c@d, e@f\n15 Nov 2026\n\nText.\n");
+  // A line that is no field begins the body.
+  EXPECT_EQ(shown("Subject: S\nno field\nFrom: x\n", "x.eml"), "S\n\nno field\nFrom: x\n");
+  EXPECT_EQ(shown("", "x.eml"), "");
+}
+
+TEST(Mail, IsToldByItsFields) {
+  EXPECT_EQ(shown(kHead + "\ntext\n", "1234567890.M5P6.example.org:2,S"), kHeadShown + "text\n");
+  EXPECT_EQ(shown(kHead + "\ntext\n", "1234567890.M5P6.example.org"), kHeadShown + "text\n");
+  const std::string notes = "Subject: plans\nFrom: here to there\n\ntext\n";
+  EXPECT_EQ(shown(notes, "notes"), notes);
+  EXPECT_EQ(shown(kHead + "\ntext\n", "notes.txt"), kHead + "\ntext\n");
+}
+
+TEST(Mail, BodiesAreDecoded) {
+  const std::string type = "Content-Type: text/plain; charset=";
+  EXPECT_EQ(body(type + "iso-8859-2\nContent-Transfer-Encoding: 8bit\n\n\xB3\xF3"
+                        "d\xBC\n"),
+            "\u0142\u00F3d\u017A\n");
+  EXPECT_EQ(body(type + "\"ISO-2022-JP\"\n\n\x1B$BF|K\\\x1B(B\n"), "\u65E5\u672C\n");
+  EXPECT_EQ(body(type + "utf-8\nContent-Transfer-Encoding: Quoted-Printable\n\nca=\nf=C3=A9\n"),
+            "caf\u00E9\n");
+  EXPECT_EQ(body(type + "utf-8\nContent-Transfer-Encoding: BASE64\n\nY2Fmw6k=\n"), "caf\u00E9\n");
+  EXPECT_EQ(body("Content-Type: text/html; charset=windows-1251\n\n<p>\xCC\xEE<b>\xF1</b>\n"),
+            "\u041C\u043E\u0441\n");
+}
+
+TEST(Mail, BoundariesStandAtTheBeginningOfLines) {
+  EXPECT_EQ(body(multipart("mixed",
+                           "--=_b 1\n\none --=_b 1\n--=_b 1x\n--=_b 1 x\n"
+                           "--=_b 1 \t\r\n\ntwo\n--=_b 1--\nepilogue\n")),
+            "one --=_b 1\n--=_b 1x\n--=_b 1 x\n\ntwo\n");
+  // The end is missing; a part without any header has text all the same.
+  EXPECT_EQ(body(multipart("mixed", "--=_b 1\nplain\n--=_b 1\n\ntwo")), "plain\n\ntwo\n");
+  EXPECT_EQ(body("Content-Type: multipart/mixed\n\n--x\n\ntext\n"), "--x\n\ntext\n");
+  const std::string inner = "--=_b 1\nContent-Type: multipart/mixed; boundary=in\n\n--in\n\none\n";
+  EXPECT_EQ(body(multipart("mixed", inner + "--=_b 1\n\ntwo\n--=_b 1--\n")), "one\n\ntwo\n");
+}
+
+TEST(Mail, OfAlternativesOneCounts) {
+  const std::string plain = "--=_b 1\nContent-Type: text/plain\n\nplain\n";
+  const std::string empty = "--=_b 1\nContent-Type: text/plain\n\n \n\n";
+  const std::string html = "--=_b 1\nContent-Type: text/html\n\n<p>marked up\n";
+  const std::string related =
+      "--=_b 1\nContent-Type: multipart/related; boundary=in\n\n--in\nContent-Type: text/html\n\n"
+      "<p>rich\n--in\nContent-Disposition: attachment; filename=a.txt\n\nattached\n--in--\n";
+  const std::string end = "--=_b 1--\n";
+  EXPECT_EQ(body(multipart("alternative", plain + html + end)), "plain\n");
+  EXPECT_EQ(body(multipart("alternative", empty + html + end)), "marked up\n");
+  EXPECT_EQ(body(multipart("alternative", html + plain + end)), "marked up\n");
+  EXPECT_EQ(body(multipart("alternative", plain + related + end)), "plain\n\na.txt\nattached\n");
+  EXPECT_EQ(body(multipart("alternative", related + end)), "rich\n\na.txt\nattached\n");
+  EXPECT_EQ(body(multipart("mixed", plain + html + end)), "plain\n\nmarked up\n");
+}
+
+TEST(Mail, AttachmentsGoByTheirOwnKinds) {
+  const std::string part = "--=_b 1\nContent-Type: ";
+  EXPECT_EQ(
+      body(multipart("mixed", part + "application/octet-stream; name=page.html\n\n<i>a</i>b\n" +
+                                  part + "image/png; name=p.png\n\nnotext\n" + part +
+                                  "application/pgp-signature\n\nnotext\n" + part +
+                                  "message/rfc822\n\nSubject: inner\n\ndeep\n")),
+      "page.html\nab\n\np.png\n\ninner\n\ndeep\n");
+  EXPECT_EQ(body(multipart("digest", "--=_b 1\n\nSubject: one\n\ntext\n--=_b 1--\n")),
+            "one\n\ntext\n");
+  // Nesting ends somewhere.
+  std::string deep = "text\n";
+  for (int i = 0; i < 100; ++i) deep = "Content-Type: message/rfc822\n\n" + deep;
+  Outcome outcome = Outcome::kDone;
+  body(deep, &outcome);
+  EXPECT_EQ(outcome, Outcome::kLimited);
+  EXPECT_EQ(body(multipart("encrypted", part + "text/plain\n\nhidden\n"), &outcome), "");
+  EXPECT_EQ(outcome, Outcome::kNeedsPassword);
+}
+
+TEST(Mail, ArmourAndUuencodeAreNoText) {
+  const std::string signature =
+      "-----BEGIN PGP SIGNATURE-----\nVersion: GnuPG v1\n\niQEzBAEBCAAdFiEE\n=abcd\n"
+      "-----END PGP SIGNATURE-----\n";
+  EXPECT_EQ(
+      body("\n-----BEGIN PGP SIGNED MESSAGE-----\nHash: SHA1\n\ntext\n" + signature + "footer\n"),
+      "text\nfooter\n");
+  EXPECT_EQ(body("\n-----BEGIN PGP MESSAGE-----\n\nabcd\nIt never ends.\nsure\n"),
+            "It never ends.\nsure\n");
+  EXPECT_EQ(body("\na\nbegin 644 x.txt\n#86)C\n`\nend\nb\n"), "a\nb\n");
+  EXPECT_EQ(body("\nbegin 644 words are\nno file, are they\n"), "no file, are they\n");
+}
+
+TEST(Mail, FlowedLinesAreJoined) {
+  const std::string type = "Content-Type: text/plain; format=flowed";
+  EXPECT_EQ(body(type + "\n\none \ntwo\nthree\n> q \n> r\n>> s \n> t\n-- \nsig\n"),
+            "one two\nthree\n> q r\n>> s\n> t\n--\nsig\n");
+  EXPECT_EQ(body(type + "; delsp=yes\n\n\u6771 \n\u4EAC\n"), "\u6771\u4EAC\n");
+  const std::string longLine(200000, 'x');
+  EXPECT_EQ(body(type + "\n\na\n" + longLine + "\nb\n"), "a\n" + longLine + "\nb\n");
+}
+
+}  // namespace
+}  // namespace veska::unicode

@@ -1,0 +1,123 @@
+// The table of words with accents: what is written into it, and that no file in its place does any
+// harm.
+#include "host/accents.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include "host/query.h"
+#include "host/search.h"
+#include "host/verify.h"
+#include "tests/host/smallindex.h"
+
+namespace veska {
+namespace {
+
+using Strings = std::vector<std::string>;
+
+class Accents : public testing::Test {
+ protected:
+  Accents() : files_(true) {
+    files_.write("a.txt", "caf\u00E9 cafe caf\u00E8 \u00E9t\u00E9 \u0415\u043B\u043A\u0430\n");
+    files_.write("b.txt", "\u0401\u043B\u043A\u0430 \u6771\u4EAC\u90FD na\u00EFve\n");
+    files_.build();
+  }
+
+  // Files that the query finds, by name without ".txt".
+  std::string found(const std::string& text) {
+    CVeskaIndex* index = files_.open();
+    Reader reader(index, files_.tables());
+    const QueryResult parsed =
+        parseQuery(text, {}, [index](std::string_view part) { return cutUnicode(index, part); });
+    EXPECT_TRUE(parsed.query) << parsed.error.message;
+    Search search(reader, *parsed.query, {2, 100});
+    const auto texts = [&](FileId file, const std::function<void(std::string_view)>& use) {
+      use(files_.texts().at(reader.path(file)));
+      return true;
+    };
+    std::string names;
+    for (const Ranked& file : search.run({}, texts).found) {
+      const std::string path = reader.path(file.file);
+      names += path.substr(path.size() - 5, 1);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+  std::string table() const { return files_.tables() + "accents"; }
+
+  test::SmallIndex files_;
+};
+
+TEST_F(Accents, TableHoldsTheWordsThatLoseMarks) {
+  EXPECT_EQ(test::readFile(table()),
+            "cafe\tcaf\u00E8\ncafe\tcaf\u00E9\nete\t\u00E9t\u00E9\nnaive\tna\u00EFve\n"
+            "\u0435\u043B\u043A\u0430\t\u0451\u043B\u043A\u0430\n");
+  const AccentTable accents(files_.tables());
+  EXPECT_EQ(accents.wordsOf("cafe"), (Strings{"caf\u00E8", "caf\u00E9"}));
+  EXPECT_EQ(accents.wordsOf("ete"), Strings{"\u00E9t\u00E9"});
+  for (const char* none : {"", "caf", "cafes", "a", "zzz", "\u00E9t\u00E9"}) {
+    EXPECT_EQ(accents.wordsOf(none), Strings()) << none;
+  }
+}
+
+TEST_F(Accents, WordsWithoutThemFindBothAndWithThemOne) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"cafe", "a"},
+      {"CAFE\u0301", "a"},
+      {"caf\u00EA", ""},
+      {"\u0435\u043B\u043A\u0430", "ab"},  // without the dots
+      {"\u0401\u041B\u041A\u0410", "b"},   // with them
+      {"na?ve", "b"},
+      {"nai*", "b"},
+      {"na\u00EF*", "b"},
+      {"na\u00ED*", ""},
+      {"\"cafe cafe\"", "a"},
+      {"\"\u00E9te \u0435\u043B\u043A\u0430\"", ""},
+      {"\"ete \u0435\u043B\u043A\u0430\"", "a"},
+      {"\u6771\u4EAC\u90FD", "b"},
+      {"\u6771\u90FD", ""},
+      {"\u4EAC", "b"},
+      {"\u90FD*", "b"},
+      {"*\u6771", "b"},
+      {"\u6771\u4EAC*", "b"},
+  };
+  for (const auto& [query, files] : cases) EXPECT_EQ(found(query), files) << query;
+}
+
+TEST_F(Accents, DamagedOrAbsentTableCostsOnlyItsOwnAnswers) {
+  const std::string intact = test::readFile(table());
+  std::mt19937 random(5);
+  for (int round = 0; round < 300; ++round) {
+    std::string text = intact;
+    for (int change = 0; change < 3; ++change) {
+      const size_t at = random() % text.size();
+      if (round % 3 == 0) {
+        text.resize(at + 1);
+      } else {
+        text[at] = "\n\t\0c\xC3"[random() % 5];
+      }
+    }
+    test::writeFile(table(), text);
+    const AccentTable accents(files_.tables());
+    for (const char* base : {"cafe", "ete", "", "\n", "\t"}) {
+      for (const std::string& word : accents.wordsOf(base)) EXPECT_LE(word.size(), text.size());
+    }
+    found("caf* ete");
+  }
+  for (const bool isThere : {true, false}) {
+    if (isThere) test::writeFile(table(), "");
+    if (!isThere) {
+      ASSERT_EQ(::unlink(table().c_str()), 0);
+    }
+    EXPECT_EQ(found("cafe"), "a");
+    EXPECT_EQ(found("caf\u00E9"), "a");
+    EXPECT_EQ(found("naive"), "");
+  }
+}
+
+}  // namespace
+}  // namespace veska
