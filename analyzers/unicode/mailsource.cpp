@@ -149,7 +149,7 @@ class MessageReader {
 
   template <typename Reader>
   void readPart(const Part& part, Reader reader) {
-    PartInput raw(stream_);
+    BodyInput raw(stream_);
     DecodedInput bytes(raw, transferEncodingNamed(part.header.transferEncoding));
     SourceRequest request = request_;
     const std::string charset = part.header.charset();

@@ -101,9 +101,9 @@ bool MimeStream::nextPart() {
 
 void MimeStream::leave() { boundaries_.pop_back(); }
 
-// ---- PartInput
+// ---- BodyInput
 
-size_t PartInput::read(char* to, size_t bytes) {
+size_t BodyInput::read(char* to, size_t bytes) {
   size_t done = 0;
   while (done < bytes) {
     const std::string_view line = stream_.line();

@@ -59,9 +59,9 @@ class MimeStream {
 };
 
 // The part that a stream stands in, as it is.
-class PartInput : public ByteInput {
+class BodyInput : public ByteInput {
  public:
-  explicit PartInput(MimeStream& stream) : stream_(stream) {}
+  explicit BodyInput(MimeStream& stream) : stream_(stream) {}
   size_t read(char* to, size_t bytes) override;
 
  private:

@@ -150,7 +150,7 @@ TEST(UnicodeFb2, ReadsTheBookInItsCharacterSet) {
   const std::string text = "\u0410 B\n\nT\n\n\u041C\u043E\n\nword\n\nl1\nl2\n";
   EXPECT_EQ(readDocument(book, "a.fb2").text, text);
   EXPECT_EQ(readDocument(book, "a").text, text);
-  EXPECT_EQ(readDocument(zipArchive({{"a.fb2", book}}), "a.fb2.zip").text, text);
+  EXPECT_EQ(readDocument(zipArchive({{"a.fb2", book}}), "a.fbz").text, text);
 }
 
 }  // namespace

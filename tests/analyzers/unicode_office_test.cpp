@@ -131,7 +131,8 @@ TEST(UnicodeWord, EncryptionAndDamageAreTold) {
   EXPECT_EQ(readDocument(compound, "old.docx").outcome, Outcome::kDamaged);
   for (size_t i = 0; i < 16; ++i) compound[1024 + 128 + 2 * i] = "EncryptedPackage"[i];
   EXPECT_EQ(readDocument(compound, "a.docx").outcome, Outcome::kNeedsPassword);
-  EXPECT_EQ(readDocument(zipArchive({{"x", "y"}}), "a.docx").outcome, Outcome::kDamaged);
+  EXPECT_EQ(readDocument(zipArchive({{"x.txt", "another archive"}}), "a.docx").text,
+            "x.txt\n\nanother archive\n");
   EXPECT_EQ(readDocument("no package", "a.docx").text, "no package\n");
   const std::string text(100'000, 'w');
   EXPECT_EQ(readDocument(word("<w:p>" + run("first " + text) + "</w:p>"), "a.docx", 70'000).outcome,
