@@ -45,7 +45,7 @@ bool isBeyondAscii(std::string_view word) {
 
 AccentTable::AccentTable(const std::string& folder) {
   const std::string path = folder + std::string(kAccentsName);
-  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+  const FileDescriptor file = openFile(path, O_RDONLY | O_NOFOLLOW);
   struct stat info;
   if (!file || ::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode) || info.st_size <= 0) {
     return;

@@ -64,9 +64,17 @@ void FileDescriptor::close() {
   descriptor_ = -1;
 }
 
+FileDescriptor openFile(const std::string& path, int flags, unsigned mode) {
+  int descriptor;
+  do {
+    descriptor = ::open(path.c_str(), flags | O_CLOEXEC, mode);
+  } while (descriptor < 0 && errno == EINTR);
+  return FileDescriptor(descriptor);
+}
+
 bool readWholeFile(const std::string& path, std::string* bytes, size_t limit) {
   bytes->clear();
-  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const FileDescriptor file = openFile(path, O_RDONLY | O_NONBLOCK);
   if (!file) return false;
   char block[1 << 14];
   while (bytes->size() < limit) {
@@ -83,8 +91,7 @@ void replaceFile(const std::string& path, std::string_view bytes) {
   const std::string fresh = path + ".new";
   ::unlink(fresh.c_str());
   {
-    const FileDescriptor file(
-        ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    const FileDescriptor file = openFile(fresh, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
     if (!file) failWithErrno("cannot write " + fresh, errno);
     if (::fchmod(file.get(), 0600) != 0 || !writeAll(file.get(), bytes) ||
         ::fsync(file.get()) != 0) {
@@ -115,7 +122,7 @@ void makePrivateFolder(const std::string& path) {
 }
 
 void syncPath(const std::string& path) {
-  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const FileDescriptor file = openFile(path, O_RDONLY);
   if (!file) failWithErrno("cannot open " + path, errno);
   if (::fsync(file.get()) == 0) return;
   // File systems without a sync for folders say so; there is nothing to be done about it.

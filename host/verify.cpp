@@ -81,6 +81,7 @@ void Verifier::report(std::string_view kind, const std::string& sentence) {
 template <typename F>
 void Verifier::step(F&& f) {
   if (const std::optional<HostError> error = attempt([&] { engineCall(f); })) {
+    if (error->systemError() != 0) fail(*error);  // says nothing about the index
     report("engine", std::string(error->sentence()));
   }
 }
