@@ -35,8 +35,8 @@ bool setStatus(const std::string& key, const std::string& detail) {
   return !pStatusCallBack || pStatusCallBack(key.c_str(), detail.c_str(), true);
 }
 
-void reportError(const char* key, const std::string& detail) {
-  errno = 0;
+void reportError(const char* key, const std::string& detail, int systemError) {
+  errno = systemError;
   tell(pThrowCallBack, key, detail);
 }
 

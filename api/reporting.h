@@ -21,10 +21,10 @@
 VESKA_API bool setStatus(const std::string& key, const std::string& detail);
 
 // Tells the throw callback without throwing: for the guards, which report what they swallow.
-void reportError(const char* key, const std::string& detail);
+void reportError(const char* key, const std::string& detail, int systemError = 0);
 
-// Tells the problem callback that a file or member was passed over in whole or part. systemError: as
-// for throwVeskaError.
+// Tells the problem callback that a file or member was passed over in whole or part. systemError:
+// as for throwVeskaError.
 void reportProblem(const char* key, const std::string& path, int systemError = 0);
 
 #endif  // VESKA_API_REPORTING_H_

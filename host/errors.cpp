@@ -125,7 +125,9 @@ HostError errorOf(const Report& report) {
   for (const ReportText& text : kReportTexts) {
     if (text.key == report.key) {
       std::string sentence = withDetail(text.sentence, report.detail, report.place);
-      if (report.systemError == 0) return {sentence, std::string(text.remedy), kExitError};
+      if (report.systemError == 0 || text.key == "NoMemory") {
+        return {sentence, std::string(text.remedy), kExitError, report.systemError};
+      }
       sentence += std::string(": ") + std::strerror(report.systemError);
       return {sentence, std::string(remedyFor(report.systemError)), kExitError, report.systemError};
     }

@@ -21,18 +21,6 @@ std::string folderOf(const std::string& path) {
   return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-bool writeAll(int descriptor, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
-    if (written < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    bytes.remove_prefix(static_cast<size_t>(written));
-  }
-  return true;
-}
-
 // Empties the folder behind the descriptor, which it takes over. Folders below are reached by
 // descriptor, so that a path swapped for a link meanwhile leads nowhere else.
 void emptyFolder(int descriptor, int levelsLeft) {
@@ -70,6 +58,16 @@ FileDescriptor openFile(const std::string& path, int flags, unsigned mode) {
     descriptor = ::open(path.c_str(), flags | O_CLOEXEC, mode);
   } while (descriptor < 0 && errno == EINTR);
   return FileDescriptor(descriptor);
+}
+
+bool writeAll(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) return false;
+    bytes.remove_prefix(static_cast<size_t>(written));
+  }
+  return true;
 }
 
 bool readWholeFile(const std::string& path, std::string* bytes, size_t limit) {

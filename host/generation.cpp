@@ -89,11 +89,7 @@ bool copyRest(int from, int to) {
     const ssize_t got = ::read(from, block.data(), block.size());
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0) return got == 0;
-    for (ssize_t done = 0; done < got;) {
-      const ssize_t put = ::write(to, block.data() + done, static_cast<size_t>(got - done));
-      if (put < 0 && errno != EINTR) return false;
-      if (put > 0) done += put;
-    }
+    if (!writeAll(to, {block.data(), static_cast<size_t>(got)})) return false;
   }
 }
 
@@ -158,8 +154,7 @@ WriterLock::WriterLock(const Home& home, bool wait) {
     ::usleep(kLockPauseMicroseconds);
   }
   const std::string process = std::to_string(::getpid()) + "\n";
-  if (::ftruncate(lock_.get(), 0) != 0 ||
-      ::pwrite(lock_.get(), process.data(), process.size(), 0) < 0) {
+  if (::ftruncate(lock_.get(), 0) != 0 || !writeAll(lock_.get(), process)) {
     failWithErrno("cannot write " + path, errno);
   }
 }

@@ -81,14 +81,14 @@ void markFoldersObsolete(CVeskaIndex* index, const std::function<bool(const char
   };
   std::vector<unsigned long> folders;
   for (auto id = vfsGetFirst(files); id != 0; id = vfsGetNext(files, id)) {
-    void* record = vfsGetInfo(files, id);
+    void* record = recordFields(files, id);
     const char* name = vfiGetFileName(record);
     if (isObsolete(name) || vfiGetFileParentID(record) != 0) continue;
     if (chosen(name)) folders.push_back(id);
   }
   if (folders.empty()) return;
   for (auto id = vfsGetFirst(files); id != 0; id = vfsGetNext(files, id)) {
-    void* record = vfsGetInfo(files, id);
+    void* record = recordFields(files, id);
     const unsigned long folder = vfiGetFileParentID(record) == 0 ? id : vfiGetFileParentID(record);
     if (isObsolete(vfiGetFileName(record))) continue;
     if (std::binary_search(folders.begin(), folders.end(), folder)) vfiMarkFileObsolete(record);
@@ -310,7 +310,7 @@ bool Indexer::addTree(Session& session, const std::string& root) {
   const unsigned long id = vfsAddFile(files, root.c_str());
   session.check();
   engineCall([&] {
-    vfiSetFileTimeLastWritten(vfsGetInfo(files, id),
+    vfiSetFileTimeLastWritten(recordFields(files, id),
                               static_cast<double>(info.st_mtime) + kSecondsFrom1904To1970);
   });
   vidxIndexDirectory(session.index(), root.c_str(), id);

@@ -76,6 +76,7 @@ Session::~Session() {
 
 Session Session::start(bool create, const std::string& folder, bool unicode, SessionHooks hooks) {
   Session session(std::move(hooks));
+  activePlace = folder;
   session.index_ = vCreateNewIndex(create, folder.c_str());
   if (session.index_ == nullptr) failWithLastReport();
   vidxSetUnicode(session.index_, unicode);
