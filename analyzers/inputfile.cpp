@@ -31,7 +31,8 @@ InputFile::~InputFile() {
 
 size_t InputFile::read(char* to, size_t bytes) {
   size_t done = 0;
-  while (done < bytes) {
+  // Not a byte more than the file had when it was opened: that spares a read to learn that it ends.
+  while (done < bytes && (position_ < size_ || size_ == 0)) {
     const ssize_t got = pread(descriptor_, to + done, bytes - done, static_cast<off_t>(position_));
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) failed_ = true;

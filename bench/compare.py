@@ -12,6 +12,7 @@ import contextlib
 import os
 import shutil
 import statistics
+import subprocess
 import sys
 import tempfile
 import time
@@ -155,12 +156,17 @@ class Bench:
     def words(self):
         """A rare and a common word, an infix and a prefix, of those that the text has."""
         home = self.home("text")
-        listing = must([self.veska, "--home", home, "words"], keep=True).output
-        counted = [line.split("\t") for line in listing.splitlines()]
-        plain = {w: int(n) for n, w in counted if w.isascii() and w.isalpha() and len(w) > 4}
-        common = min(plain, key=lambda w: abs(plain[w] - 5000))
-        rare = min(plain, key=lambda w: (abs(plain[w] - 3), w))
-        return rare, common, len(counted)
+        process = subprocess.Popen([self.veska, "--home", home, "words"], stdout=subprocess.PIPE,
+                                   text=True, env=ENVIRONMENT)
+        count, rare, common = 0, (9, ""), (9999, "")
+        for line in process.stdout:
+            count += 1
+            files, word = line.rstrip("\n").split("\t")
+            if word.isascii() and word.isalpha() and len(word) > 4:
+                rare = min(rare, (abs(int(files) - 3), word))
+                common = min(common, (abs(int(files) - 5000), word))
+        process.wait()
+        return rare[1], common[1], count
 
     def query(self):
         if not os.path.isdir(self.home("text")):
@@ -188,11 +194,13 @@ class Bench:
         self.rounds = rounds
 
     def show(self):
-        path = os.path.join(self.work, "large.txt")
+        folder = os.path.join(self.work, "large")
+        os.mkdir(folder)
+        path = os.path.join(folder, "large.txt")
         with open(path, "w") as file:
             for number in range(1_600_000):
                 file.write(f"line {number} of a large file, with words enough to fill some space\n")
-        self.index("large", path)
+        self.index("large", folder)
         show = [self.veska, "--home", self.home("large"), "show", path]
         jobs = {"veska": lambda: must(shell('"$@" | head -n 1', *show)),
                 "cat": lambda: must([tool("cat"), path])}

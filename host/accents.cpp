@@ -103,8 +103,13 @@ std::vector<std::string> AccentTable::wordsOf(const std::string& base) const {
 }
 
 void AccentTable::forEach(
+    std::string_view part,
     const std::function<bool(const std::string& base, const std::string& word)>& use) const {
   for (size_t start = 0; start < text_.size();) {
+    const void* const hit =
+        memmem(text_.data() + start, text_.size() - start, part.data(), part.size());
+    if (hit == nullptr) return;
+    start = lineStart(static_cast<size_t>(static_cast<const char*>(hit) - text_.data()));
     const std::string_view line = lineAt(start);
     const size_t tab = line.find('\t');
     const bool isEntry = tab != std::string_view::npos && start + line.size() < text_.size();
@@ -114,11 +119,23 @@ void AccentTable::forEach(
   }
 }
 
-void writeAccents(CVeskaIndex* index, const std::string& folder) {
+std::vector<std::string> AccentTable::lines() const {
   std::vector<std::string> lines;
+  for (size_t start = 0; start < text_.size(); start += lines.back().size() + 1)
+    lines.emplace_back(lineAt(start));
+  return lines;
+}
+
+uint64_t writeAccents(CVeskaIndex* index, const std::string& folder, const std::string& known,
+                      uint64_t knownUpTo) {
+  std::vector<std::string> lines;
+  if (knownUpTo != 0) lines = AccentTable(known).lines();
+  const auto knownLines = static_cast<ptrdiff_t>(lines.size());
+  uint64_t last = knownUpTo;
   engineCall([&] {
     CTextStorage* words = vidxGetWords(index);
-    for (auto id = vtsGetFirst(words); id != 0; id = vtsGetNext(words, id)) {
+    auto id = last == 0 ? vtsGetFirst(words) : vtsGetNext(words, last);
+    for (; id != 0; last = id, id = vtsGetNext(words, id)) {
       const char* text = vtsGetText(words, id);
       const std::string_view word = text == nullptr ? "" : text;
       if (!isBeyondAscii(word)) continue;
@@ -127,10 +144,12 @@ void writeAccents(CVeskaIndex* index, const std::string& folder) {
       if (base.get() != word) lines.push_back(std::string(base.get()).append("\t").append(word));
     }
   });
-  std::sort(lines.begin(), lines.end());
+  std::sort(lines.begin() + knownLines, lines.end());
+  std::inplace_merge(lines.begin(), lines.begin() + knownLines, lines.end());
   std::string text;
   for (const std::string& line : lines) text.append(line).push_back('\n');
   replaceFile(folder + std::string(kAccentsName), text);
+  return last;
 }
 
 }  // namespace veska

@@ -35,8 +35,13 @@ class AccentTable {
   // The words that have this base. Of a damaged file, whatever is found.
   std::vector<std::string> wordsOf(const std::string& base) const;
 
-  // Calls use for each line, until it answers false. Lines that are no entries have an empty word.
+  // All lines.
+  std::vector<std::string> lines() const;
+
+  // Calls use for each line that holds part, until it answers false. Lines that are no entries have
+  // an empty word.
   void forEach(
+      std::string_view part,
       const std::function<bool(const std::string& base, const std::string& word)>& use) const;
 
  private:
@@ -46,7 +51,10 @@ class AccentTable {
   std::string_view text_;
 };
 
-// Writes the file for the words of the index. Fails when it cannot.
-void writeAccents(CVeskaIndex* index, const std::string& folder);
+// Writes the file for the words of the index. known: the folder of a generation whose words the
+// index still begins with, and knownUpTo the last of them that its file counts; empty and 0 for
+// none. Result: the last word of the index. Fails when it cannot.
+uint64_t writeAccents(CVeskaIndex* index, const std::string& folder, const std::string& known = {},
+                      uint64_t knownUpTo = 0);
 
 }  // namespace veska

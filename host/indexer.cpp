@@ -338,7 +338,10 @@ void Indexer::save(Session& session, NewGeneration& next) {
   result_.bytesRead = state.bytesRead - earlier_.bytesRead;
   result_.contentsRead = state.contentsIndexed - earlier_.contentsIndexed;
   countRecords(index, &state);
-  if (state.unicode) writeAccents(index, next.path());
+  if (state.unicode) {
+    const std::string known = base_ ? base_->path : std::string();
+    state.lastAccentsWord = writeAccents(index, next.path(), known, earlier_.lastAccentsWord);
+  }
   session.close();
   removeTree(next.path() + "temp");
   finishProblems(next.path());

@@ -177,10 +177,8 @@ void Reader::appendMatches(const std::string& term, std::vector<Posting>& out) {
   };
   appendWhere(next, out);
   if (!unicode_ || withoutAccents(term) != term) return;
-  const std::string within = longestLiteral(term);
-  accents().forEach([&](const std::string& base, const std::string& word) {
-    if (!word.empty() && base.find(within) != std::string::npos && matches(base.c_str(), term) &&
-        !matches(word.c_str(), term)) {
+  accents().forEach(longestLiteral(term), [&](const std::string& base, const std::string& word) {
+    if (!word.empty() && matches(base.c_str(), term) && !matches(word.c_str(), term)) {
       if (const WordId id = lookup(word); id != 0) engineCall([&] { appendPostings(id, out); });
     }
     return true;

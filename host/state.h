@@ -48,7 +48,8 @@ struct State {
   uint64_t obsoleteRecords = 0;
   double liveBytes = 0;  // recorded sizes of the live files
 
-  uint64_t problemCount = 0;  // all, also those beyond the list
+  uint64_t problemCount = 0;     // all, also those beyond the list
+  uint64_t lastAccentsWord = 0;  // the last word that was looked at for the file "accents"; 0: none
   std::vector<TableSum> tables;
 };
 

@@ -254,7 +254,7 @@ void Verifier::checkAccents() {
   }
   uint64_t lines = 0;
   std::string last;
-  AccentTable(folder_).forEach([&](const std::string& base, const std::string& word) {
+  AccentTable(folder_).forEach({}, [&](const std::string& base, const std::string& word) {
     ++lines;
     const std::string line = base + '\t' + word;
     if (word.empty() || withoutAccents(word) != base) {

@@ -52,15 +52,16 @@ void CVeskaIndex::compressLinks() {
   if (!wordLinks || !links) throwVeskaError("AssertionFailed", {});
   words->requireWritable(0);
   links->requireWritable(0);
-  makeChunks();
-  fillChunks();
+  if (fillChunks(makeChunks())) zeroHandedCounts();
   wordLinks = nullptr;
   unlink((indexPath + "temp").c_str());
   if (showStatus) setStatus("Done", {});
 }
 
 // No word can have more links than the word-link file holds, whatever its count claims.
-void CVeskaIndex::makeChunks() {
+// Result: the links that were counted.
+uint64_t CVeskaIndex::makeChunks() {
+  uint64_t expected = 0;
   const uint32_t entry = links->entryBytes();
   const uint32_t mostLinks = wordLinks->usedBytes() / wordLinks->entryBytes();
   const unsigned long step = wordsIndexed * kPercentStep / 100;
@@ -75,6 +76,7 @@ void CVeskaIndex::makeChunks() {
     }
     auto* data = static_cast<char*>(words->getData(id));
     const int32_t handed = handedCount(data);
+    expected += handed < 0 ? 1 : static_cast<uint64_t>(handed);
     if (handed <= 0) continue;
     const uint64_t slots = std::min(static_cast<uint32_t>(handed), mostLinks);
     const uint32_t chunk = takeSpace(*links, (slots + 1) * entry + kNextListBytes);
@@ -83,10 +85,12 @@ void CVeskaIndex::makeChunks() {
     if (previous != 0) links->setNextList(lastSlot + entry, previous);
     storeU32(data + WordData::kChunk, lastSlot);
   }
+  return expected;
 }
 
-// The handed counts run down with the links, and are all 0 in the end.
-void CVeskaIndex::fillChunks() {
+// The handed counts run down with the links, and are all 0 in the end. Result: are some not, with
+// so many expected in all?
+bool CVeskaIndex::fillChunks(uint64_t expected) {
   const uint32_t entry = links->entryBytes();
   unsigned long cursor = CFileMemory::kHeaderBytes;
   unsigned long counted = 0;
@@ -107,13 +111,14 @@ void CVeskaIndex::fillChunks() {
       const int32_t handed = handedCount(data);
       if (handed < 1) continue;
       storeU32(data + WordData::kHanded, static_cast<uint32_t>(handed - 1));
+      --expected;
       if (file == loadU32(data + WordData::kLastFile)) continue;
       const uint32_t slot = loadU32(data + WordData::kChunk) - entry;
       links->addFile(slot, file, count);
       storeU32(data + WordData::kChunk, slot);
     }
   }
-  zeroHandedCounts();
+  return expected != 0;
 }
 
 // A count that was higher than its links, as a run that was never compacted leaves behind.

@@ -249,8 +249,8 @@ class VESKA_API CVeskaIndex {
   void reindexFile(uint32_t id, const std::string& path, const FileInfo& now,
                    CFileAnalyzer& analyzer);
 
-  void makeChunks();
-  void fillChunks();
+  uint64_t makeChunks();
+  bool fillChunks(uint64_t expected);
   void zeroHandedCounts();
 
   bool isWildcard(char c) const;

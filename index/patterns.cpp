@@ -83,6 +83,15 @@ Star evaluateStar(const char* name, const char* nameEnd, const char* rest, const
   return star;
 }
 
+// Has the pattern just one term, which ends in a character that the name does not end in? Most
+// patterns fail for most names there.
+bool endsDiffer(const char* name, const char* pattern) {
+  const size_t length = std::strcspn(pattern, "&|^ ");
+  if (length == 0 || pattern[length] != 0 || *name == 0) return false;
+  const char last = pattern[length - 1];
+  return last != '*' && last != '?' && foldByte(last) != foldByte(name[std::strlen(name) - 1]);
+}
+
 bool hasSeparator(const char* pattern) { return std::strpbrk(pattern, "/\\") != nullptr; }
 
 // The lists are of the C allocator.
@@ -112,6 +121,7 @@ bool termMatch(const char* name, const char* pattern) {
 }
 
 bool fileNameMatch(const char* name, const char* pattern) {
+  if (endsDiffer(name, pattern)) return false;
   for (;;) {
     const bool satisfied = termMatch(name, pattern);
     const char* rest = *pattern == '^' ? pattern + 1 : pattern;

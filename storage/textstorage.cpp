@@ -115,10 +115,18 @@ unsigned long CTextStorage::getFirst() const {
 }
 
 unsigned long CTextStorage::getNext(unsigned long id) const {
-  const char* text = getText(id);
-  if (!text) return 0;
-  const uint64_t next = uint64_t{static_cast<uint32_t>(id)} + std::strlen(text) + 1 + prefixSize_;
+  const auto text = static_cast<uint32_t>(id);
+  if (!getPointer(text)) return 0;
+  const uint64_t next = uint64_t{text} + lengthAt(text) + 1 + prefixSize_;
   return next < usedBytes() ? next : 0;
+}
+
+// Length of the text at an offset below used.
+uint32_t CTextStorage::lengthAt(uint32_t id) const {
+  const uint32_t bound = bytesFrom(id);
+  const uint32_t length = boundedLength(at(id), bound);
+  if (length == bound) throwVeskaError("AssertionFailed", {});
+  return length;
 }
 
 // In front of each text stands the last byte of a number that is small, or of a link: a zero. From
@@ -146,9 +154,7 @@ unsigned long CTextStorage::nextContaining(unsigned long offset, std::string_vie
 
 char* CTextStorage::getText(unsigned long id) const {
   auto* text = static_cast<char*>(getPointer(id));
-  if (!text) return nullptr;
-  const uint32_t bound = bytesFrom(static_cast<uint32_t>(id));
-  if (boundedLength(text, bound) == bound) throwVeskaError("AssertionFailed", {});
+  if (text) lengthAt(static_cast<uint32_t>(id));
   return text;
 }
 

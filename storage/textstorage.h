@@ -104,6 +104,7 @@ class VESKA_API CTextStorage : public CFileMemory {
   unsigned long lookupOrAddSlowly(const char* text, size_t length, uint32_t hash, bool& added);
   void reHash(uint32_t entries);
   void chain(uint32_t id, uint32_t hash);
+  uint32_t lengthAt(uint32_t id) const;
   uint32_t checkedLink(uint32_t from, uint32_t to) const;
   char* nextField(uint32_t id) const;
 

@@ -25,6 +25,9 @@ bool shapesNeighbours(char32_t c) {
   return c == 0x200C || c == 0x200D || (c >= 0xFE00 && c <= 0xFE0F) || c > 0xFFFF;
 }
 
+// Visible, one column wide, and never composed with what stands before it.
+bool isPlain(unsigned char byte) { return byte > 0x20 && byte < 0x7F; }
+
 constexpr char32_t kZeroWidthSpace = 0x200B;
 
 }  // namespace
@@ -33,11 +36,30 @@ bool DisplayWriter::text(std::string_view utf8) {
   const auto* at = reinterpret_cast<const unsigned char*>(utf8.data());
   const auto* const end = at + utf8.size();
   while (at != end && !full_) {
+    const auto* const plain = std::find_if_not(at, end, isPlain);
+    if (plain != at) {
+      addPlain({reinterpret_cast<const char*>(at), static_cast<size_t>(plain - at)});
+      at = plain;
+      continue;
+    }
     const Decoded next = decodeCharacter(at, end);
     at += next.bytes;
     add(next.character);
   }
   return !full_;
+}
+
+// As addVisible for each of the bytes.
+void DisplayWriter::addPlain(std::string_view bytes) {
+  afterReturn_ = false;
+  if (lineEnds_ != 0 || blanks_ != 0 || out_.empty()) writePending();
+  if (full_) return;
+  const std::string_view fitting = bytes.substr(0, maxBytes_ - out_.size());
+  if (lineWidth_ != 0 && column_ + fitting.size() > lineWidth_) wrapAtBlank();
+  write(fitting);
+  column_ += fitting.size();
+  clusterAt_ = out_.empty() ? 0 : out_.size() - 1;
+  full_ = fitting.size() < bytes.size();
 }
 
 bool DisplayWriter::boundary(Break strength) {
@@ -90,7 +112,10 @@ void DisplayWriter::writePending() {
   if (blanks_ != 0) {
     const size_t columns = newLine ? blanks_ : 1;
     if (!newLine) blankAt_ = out_.size();
-    if (!write(std::string(columns, ' '))) return;
+    constexpr std::string_view kBlanks =
+        "                                                                ";
+    static_assert(kBlanks.size() == kMostIndent);
+    if (!write(kBlanks.substr(0, columns))) return;
     column_ += columns;
     if (!newLine) columnAfterBlank_ = column_;
   }

@@ -31,6 +31,7 @@ class DisplayWriter : public TextSink {
   std::string finish();
 
  private:
+  void addPlain(std::string_view bytes);
   void add(char32_t character);
   void addVisible(char32_t character, CharFacts facts);
   void addToCluster(char32_t character);
