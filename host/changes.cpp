@@ -3,6 +3,7 @@
 #include <dirent.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <memory>
 
 #include "host/errors.h"
@@ -141,7 +142,10 @@ std::string ChangeFinder::pathOf(const Record& record) const {
 bool ChangeFinder::differs(const Record& record, const std::string& path) const {
   struct stat info;
   // A file that became a link is gone as a file.
-  if ((isRoot(path) ? ::stat(path.c_str(), &info) : ::lstat(path.c_str(), &info)) != 0) return true;
+  if ((isRoot(path) ? ::stat(path.c_str(), &info) : ::lstat(path.c_str(), &info)) != 0) {
+    // That it cannot be looked at, say for the length of its path, is news once.
+    return errno == ENOENT || errno == ENOTDIR || !problems_.contains(path);
+  }
   if (record.parent == 0) {
     if (!S_ISDIR(info.st_mode)) return true;
     // Times have whole seconds here: what was written in the second in which the run began, or

@@ -49,7 +49,7 @@ struct Report {
   std::string key;
   std::string detail;
   int systemError = 0;  // errno of the call that failed, 0 when none did
-  std::string place;    // folder of the index
+  std::string place{};  // folder of the index
 };
 
 // The sentence and the remedy for a report of the throw or warning channel; an unknown key gives a
