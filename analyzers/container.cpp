@@ -51,7 +51,9 @@ void ContainerScope::beginMember(std::string_view name) {
   path.assign(path_).append(1, '/').append(name);
 }
 
-void ContainerScope::report(const char* key) const { reportProblem(key, path_); }
+void ContainerScope::report(const char* key, int systemError) const {
+  reportProblem(key, path_, systemError);
+}
 
 // ---- MemberStream
 
@@ -212,8 +214,9 @@ bool CContainerAnalyzer::extract(const char* container, const char* member, cons
 }
 
 void CContainerAnalyzer::openFailed(const ContainerScope& scope) const {
+  const int reason = errno;
   index->readFailed = true;
-  scope.report("OpenFailed");
+  scope.report("OpenFailed", reason);
 }
 
 void CContainerAnalyzer::readFailed(const ContainerScope& scope) const {

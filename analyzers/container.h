@@ -39,7 +39,7 @@ class ContainerScope {
   // Names the member that reports from now on are about.
   void beginMember(std::string_view name);
   // Tells that something is wrong with the container itself.
-  void report(const char* key) const;
+  void report(const char* key, int systemError = 0) const;
 
  private:
   CVeskaIndex& index_;

@@ -3,6 +3,7 @@
 // plainly binary is taken back out.
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -174,7 +175,7 @@ unsigned long CFileAnalyzer::stripBuffer(char* in, unsigned long inLen, char* ou
 char* CFileAnalyzer::fillDisplayBuffer(const char* path, unsigned long /*fileId*/,
                                        unsigned long maxBytes, int lineWidth, bool option) {
   InputFile file(path);
-  if (!file.isOpen()) throwVeskaError("CannotOpenContentsFile", path);
+  if (!file.isOpen()) throwVeskaError("CannotOpenContentsFile", path, errno);
   return displayBlocks([&file](char* to, size_t bytes) { return file.read(to, bytes); }, path,
                        "DecodingGeneric", maxBytes, lineWidth, option);
 }

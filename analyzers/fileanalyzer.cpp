@@ -1,6 +1,7 @@
 #include "analyzers/fileanalyzer.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 #include "analyzers/charsets.h"
@@ -27,7 +28,7 @@ bool CFileAnalyzer::indexFile(const char* path, unsigned long parentId) {
   InputFile file(path);
   if (!file.isOpen()) {
     index->readFailed = true;
-    reportProblem("OpenFailed", path);
+    reportProblem("OpenFailed", path, errno);
     return false;
   }
   indexBlocks([&file](char* to, size_t bytes) { return file.read(to, bytes); }, *this, path,

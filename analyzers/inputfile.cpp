@@ -7,13 +7,18 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "storage/openfile.h"
+
 InputFile::InputFile(const char* path)
-    : descriptor_(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK)) {
+    : descriptor_(openRetrying(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK)) {
   struct stat status {};
   if (descriptor_ < 0) return;
-  if (fstat(descriptor_, &status) != 0 || !S_ISREG(status.st_mode)) {
+  const bool known = fstat(descriptor_, &status) == 0;
+  if (!known || !S_ISREG(status.st_mode)) {
+    const int reason = known ? ENOTSUP : errno;
     close(descriptor_);
     descriptor_ = -1;
+    errno = reason;
     return;
   }
   size_ = static_cast<uint64_t>(status.st_size);

@@ -9,7 +9,7 @@
 
 class InputFile {
  public:
-  // Anything but a regular file, a pipe say, is not opened.
+  // Anything but a regular file, a pipe say, is not opened. errno then tells why.
   explicit InputFile(const char* path);
   ~InputFile();
   InputFile(const InputFile&) = delete;

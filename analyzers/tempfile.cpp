@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <utility>
 
+#include "storage/openfile.h"
+
 namespace {
 
 constexpr size_t kMaxPathBytes = 1023;
@@ -25,7 +27,8 @@ std::string withoutSeparators(std::string_view text) {
 TempFile::TempFile(std::string path) : path_(std::move(path)) {
   if (path_.empty()) return;
   unlink(path_.c_str());
-  descriptor_ = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+  descriptor_ =
+      openRetrying(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
   made_ = descriptor_ >= 0;
 }
 

@@ -3,6 +3,7 @@
 #ifndef VESKA_API_GUARD_H_
 #define VESKA_API_GUARD_H_
 
+#include <cerrno>
 #include <new>
 #include <utility>
 
@@ -15,7 +16,7 @@ Result guarded(Result failure, Body&& body) {
   try {
     return std::forward<Body>(body)();
   } catch (const std::bad_alloc&) {
-    reportError("NoMemory", {});
+    reportError("NoMemory", {}, ENOMEM);
   } catch (...) {  // reported where it was thrown
   }
   return failure;

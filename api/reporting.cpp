@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 
 #include "api/veskalib.h"
@@ -19,7 +20,8 @@ void tell(VeskaReportCallBack callBack, const char* key, const std::string& deta
 
 }  // namespace
 
-void throwVeskaError(const char* key, const std::string& detail) {
+void throwVeskaError(const char* key, const std::string& detail, int systemError) {
+  errno = systemError;
   tell(pThrowCallBack, key, detail);
   throw 1;
 }
@@ -33,9 +35,15 @@ bool setStatus(const std::string& key, const std::string& detail) {
   return !pStatusCallBack || pStatusCallBack(key.c_str(), detail.c_str(), true);
 }
 
-void reportError(const char* key, const std::string& detail) { tell(pThrowCallBack, key, detail); }
+void reportError(const char* key, const std::string& detail, int systemError) {
+  errno = systemError;
+  tell(pThrowCallBack, key, detail);
+}
 
-void reportProblem(const char* key, const std::string& path) { tell(pProblemCallBack, key, path); }
+void reportProblem(const char* key, const std::string& path, int systemError) {
+  errno = systemError;
+  tell(pProblemCallBack, key, path);
+}
 
 void vSetThrowCallBack(VeskaReportCallBack callBack) { pThrowCallBack = callBack; }
 void vSetWarningCallBack(VeskaReportCallBack callBack) { pWarningCallBack = callBack; }

@@ -8,8 +8,10 @@
 
 #include "api/export.h"
 
-// Tells the throw callback, then throws the integer 1.
-[[noreturn]] VESKA_API void throwVeskaError(const char* key, const std::string& detail);
+// Tells the throw callback, then throws the integer 1. systemError: the errno of the call that
+// failed, 0 when the system is not to blame; while the host is told, errno has this value.
+[[noreturn]] VESKA_API void throwVeskaError(const char* key, const std::string& detail,
+                                            int systemError = 0);
 
 // Tells the warning callback, then throws the integer 1.
 // Deliberate: a warning ends the operation like an error; only the callback differs.
@@ -19,9 +21,10 @@
 VESKA_API bool setStatus(const std::string& key, const std::string& detail);
 
 // Tells the throw callback without throwing: for the guards, which report what they swallow.
-void reportError(const char* key, const std::string& detail);
+void reportError(const char* key, const std::string& detail, int systemError = 0);
 
-// Tells the problem callback that a file or member was passed over in whole or part.
-void reportProblem(const char* key, const std::string& path);
+// Tells the problem callback that a file or member was passed over in whole or part. systemError:
+// as for throwVeskaError.
+void reportProblem(const char* key, const std::string& path, int systemError = 0);
 
 #endif  // VESKA_API_REPORTING_H_

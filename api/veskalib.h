@@ -49,7 +49,8 @@ typedef struct CFileContents CFileContents;
 /* ---- Callbacks ----------------------------------------------------------------------------- */
 
 /* key: what happened, a short fixed text such as "StorageReadError" (docs/embedding.md lists all);
- * detail: what belongs to it, a path, a size or an empty text. Both last for the call only. */
+ * detail: what belongs to it, a path, a size or an empty text. Both last for the call only. In the
+ * throw and the problem callback errno is that of the system call that failed, 0 when none did. */
 typedef void (*VeskaReportCallBack)(const char* key, const char* detail);
 
 /* As above; fromLibrary is false when the host's own vSetStatus is relayed.

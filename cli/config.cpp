@@ -68,8 +68,8 @@ class ConfigCommand : public Command {
               printableName(settings.roots[at], isTerminal(1)) + "\n";
     }
     if (settings.roots.empty()) text += "roots       none\n";
-    text += fmt::format("text        {}\n", settings.unicode ? "of every script (Unicode)"
-                                                              : "8-bit (Windows-1252)");
+    text += fmt::format("text        {}\n",
+                        settings.unicode ? "of every script (Unicode)" : "8-bit (Windows-1252)");
     text += fmt::format("words       {} to {} characters long\n", settings.shortestWord,
                         settings.longestWord);
     text += fmt::format("limits      {} of a file, {} of an archive's member, {} of an archive\n",

@@ -206,10 +206,20 @@ void occupyStandardDescriptors() {
   }
 }
 
+// Libraries make objects of theirs before main(), where nothing could catch an exception.
+[[gnu::constructor(101)]] void endInOrderWithoutMemory() {
+  std::set_new_handler([] {
+    constexpr std::string_view kSentence = "veska: there is not enough memory\n";
+    if (::write(STDERR_FILENO, kSentence.data(), kSentence.size()) < 0) ::_exit(kExitError);
+    ::_exit(kExitError);
+  });
+}
+
 }  // namespace
 }  // namespace veska
 
 int main(int count, char** arguments) {
+  std::set_new_handler(nullptr);
   veska::occupyStandardDescriptors();
   // All that the program writes is its user's alone.
   ::umask(077);

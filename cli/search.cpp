@@ -71,11 +71,11 @@ class SearchCommand : public Command {
 
  private:
   SearchOptions searchOptions() const;
-  std::vector<Snippet> snippets(Catalog& catalog, const HitFinder& finder, FileId file) const;
+  std::vector<Snippet> snippets(Catalog& catalog, const HitFinder& finder, FileId file);
   void printPaths(Catalog& catalog, const SearchResult& result) const;
-  void printResults(Catalog& catalog, const Query& query, const SearchResult& result) const;
+  void printResults(Catalog& catalog, const Query& query, const SearchResult& result);
   void printJson(Catalog& catalog, const std::string& text, const Query& query,
-                 const SearchResult& result) const;
+                 const SearchResult& result);
   std::vector<std::string> remarks(const Query& query, const SearchResult& result) const;
 
   std::vector<std::string> words_;
@@ -91,6 +91,7 @@ class SearchCommand : public Command {
   std::string name_;
   std::string newer_;
   std::string older_;
+  size_t unshown_ = 0;  // results whose text could not be had for their lines
 };
 
 void SearchCommand::addOptions(CLI::App& app) {
@@ -167,8 +168,7 @@ void SearchCommand::printPaths(Catalog& catalog, const SearchResult& result) con
   }
 }
 
-void SearchCommand::printResults(Catalog& catalog, const Query& query,
-                                 const SearchResult& result) const {
+void SearchCommand::printResults(Catalog& catalog, const Query& query, const SearchResult& result) {
   const bool terminal = isTerminal(STDOUT_FILENO);
   const Palette palette(useColour(colour_));
   const HitFinder finder(catalog.reader(), query);
@@ -195,7 +195,7 @@ void SearchCommand::printResults(Catalog& catalog, const Query& query,
 
 // Most hits stand near the beginning: more of a file is read only when there is none.
 std::vector<Snippet> SearchCommand::snippets(Catalog& catalog, const HitFinder& finder,
-                                             FileId file) const {
+                                             FileId file) {
   constexpr uint32_t kFirstLook = 64 << 10;
   constexpr uint32_t kSecondLook = 1 << 20;
   if (lines_ == 0) return {};
@@ -209,7 +209,10 @@ std::vector<Snippet> SearchCommand::snippets(Catalog& catalog, const HitFinder& 
     part.maxBytes = bytes;
     Report why;
     const std::optional<Contents> text = catalog.contents(file, part, &why);
-    if (!text) return {};
+    if (!text) {
+      ++unshown_;
+      return {};
+    }
     const std::vector<Mark> marks = finder.marks(finder.find(text->text()));
     if (!marks.empty()) return makeSnippets(text->text(), marks, options);
     if (!text->cut()) return {};
@@ -218,7 +221,7 @@ std::vector<Snippet> SearchCommand::snippets(Catalog& catalog, const HitFinder& 
 }
 
 void SearchCommand::printJson(Catalog& catalog, const std::string& text, const Query& query,
-                              const SearchResult& result) const {
+                              const SearchResult& result) {
   const HitFinder finder(catalog.reader(), query);
   Json results = Json::array();
   for (const Ranked& file : result.found) {
@@ -248,6 +251,11 @@ void SearchCommand::printJson(Catalog& catalog, const std::string& text, const Q
 std::vector<std::string> SearchCommand::remarks(const Query& query,
                                                 const SearchResult& result) const {
   std::vector<std::string> lines = query.notes;
+  if (unshown_ > 0) {
+    lines.push_back(
+        fmt::format("the lines of {} could not be read; after changes run: veska update",
+                    unshown_ == 1 ? "1 file" : std::to_string(unshown_) + " files"));
+  }
   if (result.unreadable > 0) {
     lines.push_back(
         fmt::format("{} files could not be read and were left out; after changes run: "

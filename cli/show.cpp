@@ -245,8 +245,7 @@ Contents ShowCommand::contents(Catalog& catalog, FileId file, uint32_t bytes) co
     if (why.detail.empty() || why.key == "CannotOpenContentsFile") {
       why.detail = catalog.reader().path(file);
     }
-    const HostError error = errorOf(why);
-    fail(std::string(error.sentence()), error.remedy(), error.exitStatus());
+    fail(errorOf(why));
   }
   return std::move(*text);
 }

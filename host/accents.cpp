@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -45,14 +46,16 @@ bool isBeyondAscii(std::string_view word) {
 
 AccentTable::AccentTable(const std::string& folder) {
   const std::string path = folder + std::string(kAccentsName);
-  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+  const FileDescriptor file = openFile(path, O_RDONLY | O_NOFOLLOW);
   struct stat info;
-  if (!file || ::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode) || info.st_size <= 0) {
-    return;
-  }
+  if (!file && (errno == ENOENT || errno == ELOOP)) return;
+  if (!file || ::fstat(file.get(), &info) != 0)
+    failWithErrno("cannot read the table " + path, errno);
+  if (!S_ISREG(info.st_mode) || info.st_size <= 0) return;
   const auto bytes = static_cast<size_t>(info.st_size);
   const void* mapped = ::mmap(nullptr, bytes, PROT_READ, MAP_PRIVATE, file.get(), 0);
-  if (mapped != MAP_FAILED) text_ = {static_cast<const char*>(mapped), bytes};
+  if (mapped == MAP_FAILED) failWithErrno("cannot read the table " + path, errno);
+  text_ = {static_cast<const char*>(mapped), bytes};
 }
 
 AccentTable::~AccentTable() {

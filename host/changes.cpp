@@ -3,6 +3,7 @@
 #include <dirent.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <memory>
 
 #include "host/errors.h"
@@ -39,7 +40,7 @@ bool liesInObsolete(CFileStorage* files, void* record) {
   for (int level = 0; level < kDeepestNesting; ++level) {
     const uint32_t parent = vfiGetFileParentID(record);
     if (parent == 0) return false;
-    record = vfsGetInfo(files, parent);
+    record = recordFields(files, parent);
     if (isObsolete(vfiGetFileName(record))) return true;
   }
   return true;
@@ -51,6 +52,15 @@ int64_t recordTime(const struct stat& info) {
 }
 
 }  // namespace
+
+void* recordFields(CFileStorage* files, unsigned long id) {
+  void* fields = vfsGetInfo(files, id);
+  if (fields == nullptr) {
+    fail("the index is damaged: something leads to a file record that does not exist",
+         "see what is wrong with: veska verify; repair with: veska rebuild");
+  }
+  return fields;
+}
 
 bool liesIn(const std::string& path, const std::string& folder) {
   if (folder == "/") return true;
@@ -113,7 +123,7 @@ Changes ChangeFinder::find(const std::vector<uint64_t>& cachedIds,
 }
 
 ChangeFinder::Record ChangeFinder::recordAt(unsigned long id) const {
-  void* info = vfsGetInfo(files_, id);
+  void* info = recordFields(files_, id);
   return {static_cast<uint32_t>(id), vfiGetFileParentID(info),
           static_cast<int64_t>(vfiGetFileTimeLastWritten(info) - kSecondsFrom1904To1970),
           vfiGetFileSize(info), vfiGetFileName(info)};
@@ -121,18 +131,21 @@ ChangeFinder::Record ChangeFinder::recordAt(unsigned long id) const {
 
 // Of an archive or a mailbox: it stands and falls with that.
 bool ChangeFinder::isMember(const Record& record) const {
-  return record.parent != 0 && vfiGetFileParentID(vfsGetInfo(files_, record.parent)) != 0;
+  return record.parent != 0 && vfiGetFileParentID(recordFields(files_, record.parent)) != 0;
 }
 
 std::string ChangeFinder::pathOf(const Record& record) const {
   if (record.parent == 0) return record.name;
-  return joined(vfiGetFileName(vfsGetInfo(files_, record.parent)), record.name);
+  return joined(vfiGetFileName(recordFields(files_, record.parent)), record.name);
 }
 
 bool ChangeFinder::differs(const Record& record, const std::string& path) const {
   struct stat info;
   // A file that became a link is gone as a file.
-  if ((isRoot(path) ? ::stat(path.c_str(), &info) : ::lstat(path.c_str(), &info)) != 0) return true;
+  if ((isRoot(path) ? ::stat(path.c_str(), &info) : ::lstat(path.c_str(), &info)) != 0) {
+    // That it cannot be looked at, say for the length of its path, is news once.
+    return errno == ENOENT || errno == ENOTDIR || !problems_.contains(path);
+  }
   if (record.parent == 0) {
     if (!S_ISDIR(info.st_mode)) return true;
     // Times have whole seconds here: what was written in the second in which the run began, or
@@ -219,7 +232,7 @@ void countRecords(CVeskaIndex* index, State* state) {
   engineCall([&] {
     CFileStorage* files = vidxGetFiles(index);
     for (auto id = vfsGetFirst(files); id != 0; id = vfsGetNext(files, id)) {
-      void* record = vfsGetInfo(files, id);
+      void* record = recordFields(files, id);
       if (isObsolete(vfiGetFileName(record)) || liesInObsolete(files, record)) {
         ++state->obsoleteRecords;
       } else if (vfiGetFileParentID(record) == 0) {

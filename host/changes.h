@@ -63,6 +63,9 @@ class ChangeFinder {
   std::unordered_map<std::string, const Problem*> problems_;
 };
 
+// vfsGetInfo for an id that should be that of a record. Fails when it is none.
+void* recordFields(CFileStorage* files, unsigned long id);
+
 // What is found in the file table as it stands, for the state: live and obsolete records.
 void countRecords(CVeskaIndex* index, State* state);
 

@@ -1,5 +1,6 @@
 #include "host/errors.h"
 
+#include <cerrno>
 #include <cstring>
 #include <utility>
 
@@ -10,7 +11,7 @@ constexpr std::string_view kRebuild =
     "see what is wrong with: veska verify; repair with: veska rebuild";
 constexpr std::string_view kMakeRoom = "make room on the disk and run the command again";
 
-// "%" in a sentence stands for the report's detail.
+// "%" in a sentence stands for the report's detail, "@", before it, for the folder of the index.
 struct ReportText {
   std::string_view key;
   std::string_view sentence;
@@ -19,16 +20,16 @@ struct ReportText {
 
 constexpr ReportText kReportTexts[] = {
     {"StorageReadError", "the index in % cannot be read or written", kRebuild},
-    {"AssertionFailed", "the index is damaged %", kRebuild},
-    {"PruneParentError", "the index is damaged: a file belongs to no folder %", kRebuild},
+    {"AssertionFailed", "the index in @ is damaged %", kRebuild},
+    {"PruneParentError", "the index in @ is damaged: a file belongs to no folder %", kRebuild},
     {"FileMapWriteFail", "the table % cannot be opened or mapped", kRebuild},
     {"FileMapOpenRWFail", "the table % cannot be opened for writing",
      "check the owner and the rights of the file"},
     {"UnmapFail", "the table % cannot be released", "run the command again"},
     {"MemFileOpenFail", "the table % cannot be created",
      "check the rights of the folder and the room on the disk"},
-    {"MemFileExtendFail", "a table cannot grow to this many bytes: %", kMakeRoom},
-    {"GetHugeSpace", "a table would pass 4 GB: %",
+    {"MemFileExtendFail", "a table in @ cannot grow to this many bytes: %", kMakeRoom},
+    {"GetHugeSpace", "a table in @ would pass 4 GB: %",
      "leave folders out, or lower the word lengths in veska.toml, and run: veska rebuild"},
     {"NoMemory", "there is not enough memory %", "close other programs and run the command again"},
     {"SkipOpenFail", "the list of skip words % cannot be opened", "make the file readable"},
@@ -62,9 +63,32 @@ constexpr struct {
     {"Damaged", {"is damaged, and was read in part", "get an intact copy"}},
 };
 
-std::string withDetail(std::string_view sentence, const std::string& detail) {
-  const size_t mark = sentence.find('%');
+// What to do about an error of the system.
+std::string_view remedyFor(int number) {
+  switch (number) {
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+      return kMakeRoom;
+    case EACCES:
+    case EPERM:
+      return "check the owner and the rights of the file";
+    case EIO:
+      return "check the disk";
+    default:
+      return "run the command again";
+  }
+}
+
+std::string withDetail(std::string_view sentence, const std::string& detail,
+                       const std::string& place) {
+  constexpr std::string_view kPlace = " in @";
+  if (const size_t at = sentence.find(kPlace); at != std::string_view::npos) {
+    const std::string head = std::string(sentence.substr(0, at)) + (place.empty() ? "" : " in ");
+    return head + place + withDetail(sentence.substr(at + kPlace.size()), detail, {});
+  }
   std::string text(sentence);
+  const size_t mark = text.find('%');
   if (mark == std::string::npos) return text;
   if (!detail.empty()) {
     // Behind the sentence the detail is an addition, and stands in parentheses.
@@ -79,22 +103,33 @@ std::string withDetail(std::string_view sentence, const std::string& detail) {
 
 }  // namespace
 
-HostError::HostError(const std::string& sentence, std::string remedy, int exitStatus)
-    : std::runtime_error(sentence), remedy_(std::move(remedy)), exitStatus_(exitStatus) {}
+HostError::HostError(const std::string& sentence, std::string remedy, int exitStatus,
+                     int systemError)
+    : std::runtime_error(sentence),
+      remedy_(std::move(remedy)),
+      exitStatus_(exitStatus),
+      systemError_(systemError) {}
 
 void fail(const std::string& sentence, const std::string& remedy, int exitStatus) {
   throw HostError(sentence, remedy, exitStatus);
 }
 
+void fail(const HostError& error) { throw error; }
+
 void failWithErrno(const std::string& sentence, int number, const std::string& remedy) {
-  fail(sentence + ": " + std::strerror(number), remedy);
+  throw HostError(sentence + ": " + std::strerror(number), remedy, kExitError, number);
 }
 
 HostError errorOf(const Report& report) {
   if (report.key == "HaltRequested") return {"interrupted", "", kExitInterrupted};
   for (const ReportText& text : kReportTexts) {
     if (text.key == report.key) {
-      return {withDetail(text.sentence, report.detail), std::string(text.remedy), kExitError};
+      std::string sentence = withDetail(text.sentence, report.detail, report.place);
+      if (report.systemError == 0 || text.key == "NoMemory") {
+        return {sentence, std::string(text.remedy), kExitError, report.systemError};
+      }
+      sentence += std::string(": ") + std::strerror(report.systemError);
+      return {sentence, std::string(remedyFor(report.systemError)), kExitError, report.systemError};
     }
   }
   std::string sentence = "the engine reports " + (report.key.empty() ? "no reason" : report.key);

@@ -19,20 +19,26 @@ enum ExitStatus {
 // A failure that ends a command. Texts may hold bytes of file names: the printer escapes them.
 class HostError : public std::runtime_error {
  public:
-  HostError(const std::string& sentence, std::string remedy, int exitStatus);
+  HostError(const std::string& sentence, std::string remedy, int exitStatus, int systemError = 0);
 
   std::string_view sentence() const { return what(); }
   const std::string& remedy() const { return remedy_; }  // may be empty
   int exitStatus() const { return exitStatus_; }
+  // errno of the call that failed, 0 when none did.
+  int systemError() const { return systemError_; }
 
  private:
   std::string remedy_;
   int exitStatus_;
+  int systemError_;
 };
 
 // sentence: what happened, without a full stop; remedy: what to do, may be empty.
 [[noreturn]] void fail(const std::string& sentence, const std::string& remedy = {},
                        int exitStatus = kExitError);
+
+// Fails with an error that was taken up before.
+[[noreturn]] void fail(const HostError& error);
 
 // fail() with the text of the system's error `number` behind the sentence: "cannot open X: ...".
 [[noreturn]] void failWithErrno(const std::string& sentence, int number,
@@ -42,6 +48,8 @@ class HostError : public std::runtime_error {
 struct Report {
   std::string key;
   std::string detail;
+  int systemError = 0;  // errno of the call that failed, 0 when none did
+  std::string place{};  // folder of the index
 };
 
 // The sentence and the remedy for a report of the throw or warning channel; an unknown key gives a

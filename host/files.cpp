@@ -21,18 +21,6 @@ std::string folderOf(const std::string& path) {
   return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-bool writeAll(int descriptor, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
-    if (written < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    bytes.remove_prefix(static_cast<size_t>(written));
-  }
-  return true;
-}
-
 // Empties the folder behind the descriptor, which it takes over. Folders below are reached by
 // descriptor, so that a path swapped for a link meanwhile leads nowhere else.
 void emptyFolder(int descriptor, int levelsLeft) {
@@ -64,9 +52,27 @@ void FileDescriptor::close() {
   descriptor_ = -1;
 }
 
+FileDescriptor openFile(const std::string& path, int flags, unsigned mode) {
+  int descriptor;
+  do {
+    descriptor = ::open(path.c_str(), flags | O_CLOEXEC, mode);
+  } while (descriptor < 0 && errno == EINTR);
+  return FileDescriptor(descriptor);
+}
+
+bool writeAll(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) return false;
+    bytes.remove_prefix(static_cast<size_t>(written));
+  }
+  return true;
+}
+
 bool readWholeFile(const std::string& path, std::string* bytes, size_t limit) {
   bytes->clear();
-  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const FileDescriptor file = openFile(path, O_RDONLY | O_NONBLOCK);
   if (!file) return false;
   char block[1 << 14];
   while (bytes->size() < limit) {
@@ -83,8 +89,7 @@ void replaceFile(const std::string& path, std::string_view bytes) {
   const std::string fresh = path + ".new";
   ::unlink(fresh.c_str());
   {
-    const FileDescriptor file(
-        ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    const FileDescriptor file = openFile(fresh, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
     if (!file) failWithErrno("cannot write " + fresh, errno);
     if (::fchmod(file.get(), 0600) != 0 || !writeAll(file.get(), bytes) ||
         ::fsync(file.get()) != 0) {
@@ -115,7 +120,7 @@ void makePrivateFolder(const std::string& path) {
 }
 
 void syncPath(const std::string& path) {
-  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const FileDescriptor file = openFile(path, O_RDONLY);
   if (!file) failWithErrno("cannot open " + path, errno);
   if (::fsync(file.get()) == 0) return;
   // File systems without a sync for folders say so; there is nothing to be done about it.

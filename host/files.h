@@ -29,6 +29,12 @@ class FileDescriptor {
   int descriptor_ = -1;
 };
 
+// As open(2), called again when a signal interrupted it.
+FileDescriptor openFile(const std::string& path, int flags, unsigned mode = 0);
+
+// Writes all the bytes where the descriptor stands; false with errno set when that fails.
+bool writeAll(int descriptor, std::string_view bytes);
+
 // The whole file, at most `limit` bytes of it; false with errno set when it cannot be read.
 bool readWholeFile(const std::string& path, std::string* bytes, size_t limit = size_t{64} << 20);
 

@@ -69,10 +69,14 @@ std::vector<uint64_t> generationNumbers(const Home& home) {
   return numbers;
 }
 
-// The link may be damaged; making a new generation repairs that.
+// 0 when there is none, or when the link is damaged: making a new generation repairs that. Fails
+// when it cannot be told, since all other generations are swept.
 uint64_t numberInForce(const Home& home) {
   char target[64];
   const ssize_t length = ::readlink(home.tablesLink().c_str(), target, sizeof target);
+  if (length < 0 && errno != ENOENT && errno != EINVAL) {
+    failWithErrno("cannot read " + home.tablesLink(), errno);
+  }
   const std::string_view name(target, length < 0 ? 0 : static_cast<size_t>(length));
   if (!name.starts_with(kPrefix)) return 0;
   size_t digits = 0;
@@ -85,20 +89,15 @@ bool copyRest(int from, int to) {
     const ssize_t got = ::read(from, block.data(), block.size());
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0) return got == 0;
-    for (ssize_t done = 0; done < got;) {
-      const ssize_t put = ::write(to, block.data() + done, static_cast<size_t>(got - done));
-      if (put < 0 && errno != EINTR) return false;
-      if (put > 0) done += put;
-    }
+    if (!writeAll(to, {block.data(), static_cast<size_t>(got)})) return false;
   }
 }
 
 void copyTable(const std::string& source, const std::string& target,
                const std::function<bool()>& interrupted) {
-  const FileDescriptor from(::open(source.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
+  const FileDescriptor from = openFile(source, O_RDONLY | O_NOFOLLOW);
   if (!from) failWithErrno("cannot read the table " + source, errno, "repair with: veska rebuild");
-  const FileDescriptor to(
-      ::open(target.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+  const FileDescriptor to = openFile(target, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
   if (!to) failWithErrno("cannot create " + target, errno);
   if (::ioctl(to.get(), FICLONE, from.get()) == 0) return;
   for (;;) {
@@ -116,7 +115,7 @@ void copyTable(const std::string& source, const std::string& target,
 
 // Takes the folder for removal; nothing when somebody reads there.
 FileDescriptor holdForRemoval(const std::string& folder) {
-  FileDescriptor hold(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  FileDescriptor hold = openFile(folder, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
   if (hold && ::flock(hold.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) hold.close();
   return hold;
 }
@@ -143,7 +142,7 @@ std::string lockHolder(int lock) {
 WriterLock::WriterLock(const Home& home, bool wait) {
   home.create();
   const std::string path = home.lockFile();
-  lock_ = FileDescriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+  lock_ = openFile(path, O_RDWR | O_CREAT | O_NOFOLLOW, 0600);
   if (!lock_) failWithErrno("cannot open " + path, errno);
   while (::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) {
     if (errno == EWOULDBLOCK && !wait) {
@@ -155,8 +154,7 @@ WriterLock::WriterLock(const Home& home, bool wait) {
     ::usleep(kLockPauseMicroseconds);
   }
   const std::string process = std::to_string(::getpid()) + "\n";
-  if (::ftruncate(lock_.get(), 0) != 0 ||
-      ::pwrite(lock_.get(), process.data(), process.size(), 0) < 0) {
+  if (::ftruncate(lock_.get(), 0) != 0 || !writeAll(lock_.get(), process)) {
     failWithErrno("cannot write " + path, errno);
   }
 }

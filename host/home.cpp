@@ -129,7 +129,7 @@ std::optional<Generation> Home::openCurrent() const {
     const uint64_t number = currentNumber();
     if (number == 0) return std::nullopt;
     const std::string folder = generationFolder(number);
-    FileDescriptor hold(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    FileDescriptor hold = openFile(folder, O_RDONLY | O_DIRECTORY);
     if (!hold && errno != ENOENT) failWithErrno("cannot open the index " + folder, errno);
     const bool busy = hold && ::flock(hold.get(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
     if (hold && !busy && currentNumber() == number) {

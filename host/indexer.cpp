@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
+#include <iterator>
 #include <utility>
 
 #include "host/accents.h"
@@ -35,6 +36,13 @@ uint64_t newLineage() {
   return number;
 }
 
+// What the system lacked for a while is no fault of the file.
+bool isShortage(int systemError) {
+  constexpr int kShortages[] = {ENOMEM, EMFILE, ENFILE, ENOSPC, EDQUOT, EAGAIN};
+  return std::find(std::begin(kShortages), std::end(kShortages), systemError) !=
+         std::end(kShortages);
+}
+
 std::string checkedRoot(const std::string& typed, const Home& home) {
   struct stat info;
   if (::stat(typed.c_str(), &info) != 0) failWithErrno("cannot index " + typed, errno);
@@ -57,6 +65,13 @@ bool liesInAny(const std::string& path, const std::vector<std::string>& folders)
                      [&](const std::string& folder) { return liesIn(path, folder); });
 }
 
+// The bytes of the file, none when it does not exist. Fails when it cannot be read.
+std::string textIfThere(const std::string& path) {
+  std::string text;
+  if (!readWholeFile(path, &text) && errno != ENOENT) failWithErrno("cannot read " + path, errno);
+  return text;
+}
+
 // Marks the folders that `chosen` names by their path, with all files directly in them, obsolete.
 // Members of archives go with their archive. REQUIRES: the tables are writable.
 void markFoldersObsolete(CVeskaIndex* index, const std::function<bool(const char*)>& chosen) {
@@ -66,14 +81,14 @@ void markFoldersObsolete(CVeskaIndex* index, const std::function<bool(const char
   };
   std::vector<unsigned long> folders;
   for (auto id = vfsGetFirst(files); id != 0; id = vfsGetNext(files, id)) {
-    void* record = vfsGetInfo(files, id);
+    void* record = recordFields(files, id);
     const char* name = vfiGetFileName(record);
     if (isObsolete(name) || vfiGetFileParentID(record) != 0) continue;
     if (chosen(name)) folders.push_back(id);
   }
   if (folders.empty()) return;
   for (auto id = vfsGetFirst(files); id != 0; id = vfsGetNext(files, id)) {
-    void* record = vfsGetInfo(files, id);
+    void* record = recordFields(files, id);
     const unsigned long folder = vfiGetFileParentID(record) == 0 ? id : vfiGetFileParentID(record);
     if (isObsolete(vfiGetFileName(record))) continue;
     if (std::binary_search(folders.begin(), folders.end(), folder)) vfiMarkFileObsolete(record);
@@ -191,6 +206,11 @@ bool Indexer::isUnseen(const std::string& root) const {
 
 void Indexer::build(NewGeneration& next) {
   if (base_) {
+    // What is damaged must not be saved anew, under checksums that fit.
+    if (sumTables(base_->path) != earlier_.tables) {
+      fail("the index in " + base_->path + " is damaged: a table is not as it was saved",
+           "see what is wrong with: veska verify; repair with: veska rebuild");
+    }
     progress_.phase("copying the index");
     next.copyTables(*base_, interrupted_);
   } else {
@@ -209,11 +229,15 @@ void Indexer::build(NewGeneration& next) {
     progress_.report(index, key, detail);
     return !haltRequested();
   };
-  hooks.problem = [this](std::string_view key, std::string_view path) { noteProblem(key, path); };
+  hooks.problem = [this](std::string_view key, std::string_view path, int systemError) {
+    noteProblem(key, path, systemError);
+  };
   Session session = base_ ? Session::open(next.path(), earlier_.unicode, std::move(hooks))
                           : Session::create(next.path(), earlier_.unicode, std::move(hooks));
   index = session.index();
   result_.unknownReaders = session.applySettings(settings_, scratch_);
+  if (convertersError_ != 0)
+    failWithErrno("cannot read " + home_.convertersFile(), convertersError_);
   session.prepareRun(earlier_, result_.state.referenceTime, base_.has_value());
   for (const std::string& root : changes_.missingRoots) vidxKeepTree(index, root.c_str());
   if (base_) {
@@ -236,10 +260,8 @@ void Indexer::build(NewGeneration& next) {
 }
 
 uint64_t Indexer::fingerprint() const {
-  std::string skipWords;
-  std::string converters;
-  readWholeFile(home_.skipFile(), &skipWords);
-  readWholeFile(home_.convertersFile(), &converters);
+  const std::string skipWords = textIfThere(home_.skipFile());
+  const std::string converters = textIfThere(home_.convertersFile());
   return settings_.fingerprint(skipWords + '\0' + converters);
 }
 
@@ -254,8 +276,7 @@ void Indexer::readSkipWords(Session& session) const {
 bool Indexer::finishStep(Session& session) {
   const std::optional<Report> error = session.takeError();
   if (error && error->key != "HaltRequested") {
-    const HostError told = errorOf(*error);
-    fail(told.what(), told.remedy(), told.exitStatus());
+    fail(errorOf(*error));
   }
   result_.halted = result_.halted || error.has_value() || haltRequested();
   return !result_.halted;
@@ -289,7 +310,7 @@ bool Indexer::addTree(Session& session, const std::string& root) {
   const unsigned long id = vfsAddFile(files, root.c_str());
   session.check();
   engineCall([&] {
-    vfiSetFileTimeLastWritten(vfsGetInfo(files, id),
+    vfiSetFileTimeLastWritten(recordFields(files, id),
                               static_cast<double>(info.st_mtime) + kSecondsFrom1904To1970);
   });
   vidxIndexDirectory(session.index(), root.c_str(), id);
@@ -333,11 +354,13 @@ void Indexer::save(Session& session, NewGeneration& next) {
   sweepGenerations(home_, *lock_);
 }
 
-void Indexer::noteProblem(std::string_view key, std::string_view path) {
+void Indexer::noteProblem(std::string_view key, std::string_view path, int systemError) {
+  if (path == home_.convertersFile()) convertersError_ = systemError;
   ++problemCount_;
   if (problems_.size() >= kMostProblemsListed) return;
   Problem problem{std::string(key), std::string(path), 0, 0, 0};
-  statOfProblem(problem.path, &problem);
+  // Without time and size it differs from the file as it is: the next run tries again.
+  if (!isShortage(systemError)) statOfProblem(problem.path, &problem);
   problems_.push_back(std::move(problem));
 }
 

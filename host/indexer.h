@@ -57,7 +57,7 @@ class Indexer {
   bool finishStep(Session& session);
   void save(Session& session, NewGeneration& next);
   void finishProblems(const std::string& folder);
-  void noteProblem(std::string_view key, std::string_view path);
+  void noteProblem(std::string_view key, std::string_view path, int systemError);
 
   const Home& home_;
   const RunOptions options_;
@@ -76,6 +76,7 @@ class Indexer {
   RunResult result_;
   std::vector<Problem> problems_;
   uint64_t problemCount_ = 0;
+  int convertersError_ = 0;  // why the list of converters could not be read
 };
 
 }  // namespace veska

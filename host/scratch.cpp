@@ -29,7 +29,7 @@ ScratchFolder::ScratchFolder(const Home& home, uint64_t lineage)
     : path_(home.cacheFolder(lineage)) {
   ::mkdir(path_.c_str(), 0700);
   if (::access(path_.c_str(), W_OK | X_OK) == 0) {
-    lock_ = FileDescriptor(::open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    lock_ = openFile(path_, O_RDONLY | O_DIRECTORY);
     if (lock_) {
       while (::flock(lock_.get(), LOCK_EX) != 0 && errno == EINTR) {
       }

@@ -4,6 +4,7 @@
 #include "host/session.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <string>
 
 #include "host/encoding.h"
@@ -16,15 +17,20 @@ constexpr double kSecondsFrom1904To1970 = 2082844800.0;
 
 SessionHooks* activeHooks = nullptr;
 std::optional<Report> lastReport;
+std::string activePlace;  // folder of the index that was opened last
 
-void noteReport(const char* key, const char* detail) { lastReport = Report{key, detail}; }
+void noteReport(const char* key, const char* detail) {
+  const int systemError = errno;
+  lastReport = Report{key, detail, systemError, activePlace};
+}
 
 bool answerStatus(const char* key, const char* detail, bool) {
   return activeHooks == nullptr || !activeHooks->status || activeHooks->status(key, detail);
 }
 
 void noteProblem(const char* key, const char* path) {
-  if (activeHooks != nullptr && activeHooks->problem) activeHooks->problem(key, path);
+  const int systemError = errno;
+  if (activeHooks != nullptr && activeHooks->problem) activeHooks->problem(key, path, systemError);
 }
 
 // Windows-1252, by byte value.
@@ -44,8 +50,7 @@ bool isPrintable(int byte) { return byte >= 0x20 && byte != 0x7F && isAssigned(b
 void failWithLastReport() {
   const Report report = lastReport.value_or(Report{});
   lastReport.reset();
-  const HostError error = errorOf(report);
-  fail(error.what(), error.remedy(), error.exitStatus());
+  fail(errorOf(report));
 }
 
 Session::Session(SessionHooks hooks) : hooks_(std::make_unique<SessionHooks>(std::move(hooks))) {
@@ -71,6 +76,7 @@ Session::~Session() {
 
 Session Session::start(bool create, const std::string& folder, bool unicode, SessionHooks hooks) {
   Session session(std::move(hooks));
+  activePlace = folder;
   session.index_ = vCreateNewIndex(create, folder.c_str());
   if (session.index_ == nullptr) failWithLastReport();
   vidxSetUnicode(session.index_, unicode);

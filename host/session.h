@@ -23,7 +23,7 @@ struct SessionHooks {
   // Answers false to halt. key and detail as the engine's status reports.
   std::function<bool(std::string_view key, std::string_view detail)> status;
   // A file that was passed over or read in part.
-  std::function<void(std::string_view key, std::string_view path)> problem;
+  std::function<void(std::string_view key, std::string_view path, int systemError)> problem;
 };
 
 class Session {

@@ -73,7 +73,7 @@ ssize_t readFully(int file, char* block, size_t bytes) {
 
 TableSum sumTable(const std::string& folder, std::string_view name) {
   const std::string path = folder + std::string(name);
-  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const FileDescriptor file = openFile(path, O_RDONLY);
   if (!file) failWithErrno("cannot read the table " + path, errno, std::string(kRepair));
   TableSum table{std::string(name), 0, 0};
   Sum sum;

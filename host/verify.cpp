@@ -12,6 +12,7 @@
 #include "api/veskalib.h"
 #include "host/accents.h"
 #include "host/attempt.h"
+#include "host/changes.h"
 #include "host/encoding.h"
 #include "host/session.h"
 #include "host/state.h"
@@ -81,6 +82,7 @@ void Verifier::report(std::string_view kind, const std::string& sentence) {
 template <typename F>
 void Verifier::step(F&& f) {
   if (const std::optional<HostError> error = attempt([&] { engineCall(f); })) {
+    if (error->systemError() != 0) fail(*error);  // says nothing about the index
     report("engine", std::string(error->sentence()));
   }
 }
@@ -152,7 +154,7 @@ void Verifier::checkTables() {
 // --- Records
 
 void Verifier::checkRecord(uint32_t id) {
-  void* info = vfsGetInfo(files_, id);
+  void* info = recordFields(files_, id);
   const char* name = vfiGetFileName(info);
   const uint32_t parent = vfiGetFileParentID(info);
   if (name[0] == '\0') report("name", fmt::format("file record {} has no name", id));
@@ -172,7 +174,7 @@ void Verifier::checkRecord(uint32_t id) {
 void Verifier::checkAncestors(uint32_t id) {
   uint32_t above = id;
   for (int level = 0; level < kMostLevels && isRecord(above); ++level) {
-    above = vfiGetFileParentID(vfsGetInfo(files_, above));
+    above = vfiGetFileParentID(recordFields(files_, above));
     if (above == 0) return;
   }
   report("ancestors", fmt::format("file record {} lies in no folder", id));
@@ -225,7 +227,7 @@ void Verifier::checkTarget(const std::string& word, uint32_t file) {
   if (!isRecord(file)) {
     report("link",
            fmt::format("the word \"{}\" leads to {}, which is no file record", toUtf8(word), file));
-  } else if (vfiGetFileParentID(vfsGetInfo(files_, file)) == 0) {
+  } else if (vfiGetFileParentID(recordFields(files_, file)) == 0) {
     report("link", fmt::format("the word \"{}\" leads to a folder, record {}", toUtf8(word), file));
   }
 }

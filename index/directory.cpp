@@ -39,32 +39,44 @@ class FolderListing {
   FolderListing(const std::string& path, bool status) {
     const std::unique_ptr<DIR, StreamCloser> stream(opendir(path.c_str()));
     if (!stream) {
-      reportProblem(errno == ENAMETOOLONG ? "PathTooLong" : "FolderUnreadable", path);
+      reportProblem(errno == ENAMETOOLONG ? "PathTooLong" : "FolderUnreadable", path, errno);
       return;
     }
     bool dotSeen = false;
-    while (const dirent* entry = readdir(stream.get())) {
+    int failure = 0;
+    for (;;) {
+      errno = 0;
+      const dirent* const entry = readdir(stream.get());
+      if (!entry) {
+        if (errno != 0) failure = errno;
+        break;
+      }
       const std::string_view name = entry->d_name;
       if (name == "..") continue;
       // A second "." means that the stream has begun anew.
-      if (name == "." && std::exchange(dotSeen, true)) return;
+      if (name == "." && std::exchange(dotSeen, true)) break;
       if (name == ".") continue;
       Entry next{names_.size(), entry->d_type, {}};
-      if (status) next.type = readStatus(dirfd(stream.get()), entry->d_name, next.info);
+      if (status && !readStatus(dirfd(stream.get()), entry->d_name, next)) failure = errno;
       names_.append(name).push_back('\0');
       entries_.push_back(next);
     }
+    if (failure != 0) reportProblem("FolderUnreadable", path, failure);
   }
 
   const std::vector<Entry>& entries() const { return entries_; }
   const char* name(const Entry& entry) const { return names_.data() + entry.name; }
 
  private:
-  static unsigned char readStatus(int folder, const char* name, FileInfo& info) {
+  // Result: false when the system refuses. That the entry has vanished meanwhile is no failure.
+  static bool readStatus(int folder, const char* name, Entry& entry) {
     struct stat status {};
-    if (fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return DT_UNKNOWN;
-    info = recordInfo(status);
-    return S_ISREG(status.st_mode) ? DT_REG : S_ISDIR(status.st_mode) ? DT_DIR : DT_UNKNOWN;
+    entry.type = DT_UNKNOWN;
+    if (fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno == ENOENT;
+    entry.info = recordInfo(status);
+    if (S_ISREG(status.st_mode)) entry.type = DT_REG;
+    if (S_ISDIR(status.st_mode)) entry.type = DT_DIR;
+    return true;
   }
 
   std::string names_;
@@ -196,7 +208,10 @@ void CVeskaIndex::updateEntry(const std::string& folder, const char* name, unsig
   if (type == DT_DIR && files->lookupFile(full.c_str(), 0)) return;
   struct stat status {};
   const int flags = exactUpdate ? AT_SYMLINK_NOFOLLOW : 0;
-  if (fstatat(AT_FDCWD, full.c_str(), &status, flags) != 0) return;
+  if (fstatat(AT_FDCWD, full.c_str(), &status, flags) != 0) {
+    if (errno != ENOENT) reportProblem("FolderUnreadable", folder, errno);
+    return;
+  }
   const FileInfo info = recordInfo(status);
   if (S_ISDIR(status.st_mode)) {
     if (files->lookupFile(full.c_str(), 0) || isExcluded(full.c_str())) return;

@@ -4,12 +4,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <utility>
 
 #include "analyzers/fileanalyzer.h"
 #include "api/lowercase.h"
 #include "api/reporting.h"
+#include "storage/openfile.h"
 #include "storage/stdiofile.h"
 
 namespace {
@@ -47,7 +49,7 @@ void requirePrefix(const CTextStorage& table, uint32_t dataBytes, const std::str
 StdioFile createPrivateFile(const std::string& path) {
   unlink(path.c_str());
   const int descriptor =
-      open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+      openRetrying(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
   if (descriptor < 0) return nullptr;
   FILE* stream = fdopen(descriptor, "wb");
   if (!stream) close(descriptor);
@@ -104,7 +106,7 @@ void CVeskaIndex::createTables() {
 
 void CVeskaIndex::openTables() {
   const StdioFile hash = openStdio((indexPath + "hash").c_str(), "rbe");
-  if (!hash) throwVeskaError("StorageReadError", indexPath);
+  if (!hash) throwVeskaError("StorageReadError", indexPath, errno);
   files = std::make_unique<CFileStorage>(indexPath + "files", hash.get());
   words = std::make_unique<CTextStorage>(indexPath + "words", hash.get());
   requirePrefix(*words, WordData::kBytes, indexPath + "words");
@@ -183,13 +185,15 @@ void CVeskaIndex::storeStorage(std::string path) {
   const std::string target = path + "hash";
   const std::string unfinished = target + ".new";
   StdioFile stream = createPrivateFile(unfinished);
-  if (!stream) throwVeskaError("StorageReadError", path);
+  if (!stream) throwVeskaError("StorageReadError", path, errno);
   const bool written = files->store(stream.get()) && words->store(stream.get()) &&
                        skipped->store(stream.get()) && links->store(stream.get());
+  int reason = errno;
   const bool closed = std::fclose(stream.release()) == 0;
   if (written && closed && std::rename(unfinished.c_str(), target.c_str()) == 0) return;
+  if (written) reason = errno;
   unlink(unfinished.c_str());
-  throwVeskaError("StorageReadError", path);
+  throwVeskaError("StorageReadError", path, reason);
 }
 
 std::string CVeskaIndex::configurationDirectory() const {

@@ -47,7 +47,7 @@ void CVeskaIndex::pruneRecord(uint32_t id) {
   const bool follow = !exactUpdate || isRoot(id, path);
   if ((follow ? stat(path.c_str(), &status) : lstat(path.c_str(), &status)) != 0) {
     if (exactUpdate && !isVanished(errno)) {
-      reportProblem("OpenFailed", path);
+      reportProblem("OpenFailed", path, errno);
     } else {
       files->markObsolete(id);
     }
@@ -111,7 +111,7 @@ void CVeskaIndex::pruneFile(uint32_t id, const std::string& path, const FileInfo
       exactUpdate ? now.time != before.time || now.size != before.size : modified > timeBase;
   if (!changed) return;
   if (exactUpdate && access(path.c_str(), R_OK) != 0) {
-    reportProblem("OpenFailed", path);
+    reportProblem("OpenFailed", path, errno);
     return;
   }
   CFileAnalyzer* analyzer = wantedAnalyzer(path.c_str());

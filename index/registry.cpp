@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <vector>
 
@@ -98,9 +100,13 @@ CFileAnalyzer* CVeskaIndex::analyzerNamed(const std::string& name) const {
 void CVeskaIndex::readExternalAnalyzers() {
   const std::string path = configurationDirectory() + "externanalyzers.txt";
   const StdioFile stream = openStdio(path.c_str(), "rbe");
-  if (!stream) return;
+  if (!stream) {
+    if (errno != ENOENT && errno != ENOTDIR) reportProblem("OpenFailed", path, errno);
+    return;
+  }
   std::vector<char> text(kMaxConfigurationBytes);
   const size_t bytes = std::fread(text.data(), 1, text.size(), stream.get());
+  if (std::ferror(stream.get()) != 0) reportProblem("ReadFailed", path, errno);
   if (bytes == text.size()) throwVeskaError("externalAnalyzersFileTooBig", path);
   const std::vector<std::string> fields = readFields({text.data(), bytes});
   for (size_t i = 0; i + 3 <= fields.size(); i += 3)

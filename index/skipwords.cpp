@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <cstring>
 #include <limits>
 #include <vector>
@@ -27,7 +28,7 @@ class SkipTaker : public veska::unicode::WordTaker {
 
 void CVeskaIndex::indexUnicodeExclusions(const std::string& path) {
   veska::unicode::FileInput file(path.c_str());
-  if (!file.isOpen()) throwVeskaError("SkipOpenFail", path);
+  if (!file.isOpen()) throwVeskaError("SkipOpenFail", path, errno);
   SkipTaker taker(*this);
   veska::unicode::Tokenizer tokenizer(*this, {1, std::numeric_limits<size_t>::max()}, taker);
   veska::unicode::SourceRequest request;
@@ -47,7 +48,7 @@ void CVeskaIndex::indexExclusions() {
     return;
   }
   const StdioFile stream = openStdio(path.c_str(), "rbe");
-  if (!stream) throwVeskaError("SkipOpenFail", path);
+  if (!stream) throwVeskaError("SkipOpenFail", path, errno);
   std::vector<char> buffer(kBufferBytes);
   pendingWord[0] = 0;
   size_t carried = 0;

@@ -11,11 +11,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <limits>
 #include <utility>
 
 #include "api/reporting.h"
 #include "storage/bytes.h"
+#include "storage/openfile.h"
 
 namespace {
 
@@ -25,11 +27,7 @@ constexpr mode_t kPrivateMode = 0600;
 std::string decimal(uint64_t number) { return std::to_string(static_cast<int64_t>(number)); }
 
 int openFile(const std::string& path, int flags) {
-  int descriptor;
-  do {
-    descriptor = open(path.c_str(), flags | O_CLOEXEC, kPrivateMode);
-  } while (descriptor < 0 && errno == EINTR);
-  return descriptor;
+  return openRetrying(path.c_str(), flags | O_CLOEXEC, kPrivateMode);
 }
 
 bool setLength(int descriptor, uint64_t length) {
@@ -40,13 +38,15 @@ bool setLength(int descriptor, uint64_t length) {
   return result == 0;
 }
 
-// File systems that cannot reserve blocks are taken as they are.
+// File systems that cannot reserve blocks are taken as they are. errno as for other calls.
 bool reserveBlocks(int descriptor, uint64_t from, uint64_t to) {
   int error;
   do {
     error = posix_fallocate(descriptor, static_cast<off_t>(from), static_cast<off_t>(to - from));
   } while (error == EINTR);
-  return error == 0 || error == EOPNOTSUPP || error == EINVAL || error == ENODEV;
+  if (error == 0 || error == EOPNOTSUPP || error == EINVAL || error == ENODEV) return true;
+  errno = error;
+  return false;
 }
 
 ssize_t readStart(int descriptor, void* to, size_t bytes) {
@@ -81,6 +81,13 @@ CFileMemory::~CFileMemory() {
   closeFile();
 }
 
+void CFileMemory::requireOpened(bool headRead, FILE* hashFile) const {
+  const int readError = std::ferror(hashFile) != 0 ? errno : 0;
+  const bool isMissing = openError_ == ENOENT || openError_ == ENOTDIR;
+  if (openError_ != 0 && !isMissing) throwVeskaError("StorageReadError", storagePath_, openError_);
+  if (headerDamaged_ || !headRead) throwVeskaError("StorageReadError", storagePath_, readError);
+}
+
 void CFileMemory::loadHeader() {
   const uint32_t used = fileSize_ >= kHeaderBytes ? loadU32(base_ + 4) : 0;
   if (used < kHeaderBytes || used > fileSize_) {
@@ -106,7 +113,8 @@ void CFileMemory::storeHeader() {
 
 void CFileMemory::refuseToWrite(uint64_t size) const {
   const uint64_t needed = used_ + size;
-  throwVeskaError("MemFileExtendFail", decimal(needed > fileSize_ ? grownSize(needed) : needed));
+  throwVeskaError("MemFileExtendFail", decimal(needed > fileSize_ ? grownSize(needed) : needed),
+                  openError_);
 }
 
 unsigned long CFileMemory::getNewSpace(unsigned long size) {
@@ -131,7 +139,7 @@ void CFileMemory::grow(uint64_t newSize) {
   if (newSize > kMaxFileBytes) throwVeskaError("GetHugeSpace", decimal(newSize));
   if (!fileOpen_) {
     descriptor_ = openFile(storagePath_, O_RDWR | O_CREAT);
-    if (descriptor_ < 0) throwVeskaError("MemFileOpenFail", storagePath_);
+    if (descriptor_ < 0) throwVeskaError("MemFileOpenFail", storagePath_, errno);
     fileOpen_ = true;
   }
   extendFile(newSize);
@@ -139,9 +147,10 @@ void CFileMemory::grow(uint64_t newSize) {
                     ? mremap(base_, fileSize_, newSize, MREMAP_MAYMOVE)
                     : mmap(nullptr, newSize, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor_, 0);
   if (moved == MAP_FAILED) {
+    const int reason = errno;
     const std::string path = storagePath_;
     clearAll();
-    throwVeskaError("FileMapOpenRWFail", path);
+    throwVeskaError("FileMapOpenRWFail", path, reason);
   }
   base_ = static_cast<char*>(moved);
   fileSize_ = static_cast<uint32_t>(newSize);
@@ -152,22 +161,31 @@ void CFileMemory::grow(uint64_t newSize) {
 // Cutting the file to the known size first drops what may lie behind it, so that all new bytes are
 // zero.
 void CFileMemory::extendFile(uint64_t newSize) {
-  if (setLength(descriptor_, fileSize_) && setLength(descriptor_, newSize)) {
-    if (reserveBlocks(descriptor_, fileSize_, newSize)) return;
-    setLength(descriptor_, fileSize_);
-  }
+  if (setLength(descriptor_, fileSize_) && setLength(descriptor_, newSize) &&
+      reserveBlocks(descriptor_, fileSize_, newSize))
+    return;
+  const int reason = errno;
+  setLength(descriptor_, fileSize_);
   clearAll();
-  throwVeskaError("MemFileExtendFail", decimal(newSize));
+  throwVeskaError("MemFileExtendFail", decimal(newSize), reason);
+}
+
+void CFileMemory::failToMap(int reason) {
+  closeFile();
+  throwVeskaError("FileMapWriteFail", storagePath_, reason);
 }
 
 // Opens and maps the file as long as its first word says; the header is checked later. A private
 // mapping lets hosts write into records that they read, to no effect.
 bool CFileMemory::mapFile(int openFlags) {
   descriptor_ = openFile(storagePath_, openFlags);
+  openError_ = descriptor_ < 0 ? errno : 0;
   if (descriptor_ < 0) return false;
   fileOpen_ = true;
   char word[4];
-  if (readStart(descriptor_, word, sizeof word) != static_cast<ssize_t>(sizeof word)) {
+  const ssize_t got = readStart(descriptor_, word, sizeof word);
+  if (got < 0) openError_ = errno;
+  if (got != static_cast<ssize_t>(sizeof word)) {
     closeFile();
     headerDamaged_ = true;
     return false;
@@ -175,15 +193,11 @@ bool CFileMemory::mapFile(int openFlags) {
   const uint32_t size = loadU32(word);
   struct stat status {};
   const bool shared = (openFlags & O_ACCMODE) == O_RDWR;
-  void* mapping = MAP_FAILED;
-  if (size > 0 && fstat(descriptor_, &status) == 0 && status.st_size >= int64_t{size}) {
-    mapping = mmap(nullptr, size, PROT_READ | PROT_WRITE, shared ? MAP_SHARED : MAP_PRIVATE,
-                   descriptor_, 0);
-  }
-  if (mapping == MAP_FAILED) {
-    closeFile();
-    throwVeskaError("FileMapWriteFail", storagePath_);
-  }
+  if (fstat(descriptor_, &status) != 0) failToMap(errno);
+  if (size == 0 || status.st_size < int64_t{size}) failToMap(0);
+  void* const mapping = mmap(nullptr, size, PROT_READ | PROT_WRITE,
+                             shared ? MAP_SHARED : MAP_PRIVATE, descriptor_, 0);
+  if (mapping == MAP_FAILED) failToMap(errno);
   base_ = static_cast<char*>(mapping);
   fileSize_ = size;
   mapped_ = true;
@@ -226,7 +240,9 @@ bool CFileMemory::enableWrite() {
   if (!mapped_ || !fileOpen_) return false;
   if (writable_) return true;
   if (openForWrite()) return true;
+  const int reason = openError_;
   openForRead();
+  openError_ = reason;
   return false;
 }
 
@@ -235,9 +251,9 @@ bool CFileMemory::disableWrite() { return openForRead(); }
 void CFileMemory::clearAll() {
   const std::string path = storagePath_;
   if (mapped_ && writable_) storeHeader();
-  const bool unmapped = unmap();
+  const int reason = unmap() ? 0 : errno;
   forget();
-  if (!unmapped) throwVeskaError("UnmapFail", path);
+  if (reason != 0) throwVeskaError("UnmapFail", path, reason);
 }
 
 void CFileMemory::abandon() {

@@ -93,8 +93,9 @@ class VESKA_API CFileMemory {
   uint32_t fileBytes() const { return fileSize_; }
 
  protected:
-  // A file was there, but its header cannot be true.
-  bool headerDamaged() const { return headerDamaged_; }
+  // For opening constructors: raises "StorageReadError" (path) when a file that is there could not
+  // be opened, or its header cannot be true, or headRead says that the head in hashFile cannot.
+  void requireOpened(bool headRead, FILE* hashFile) const;
 
   // Counts the times that the file was mapped from disk: what was read before may differ now.
   uint32_t mappingCount() const { return mappingCount_; }
@@ -118,6 +119,7 @@ class VESKA_API CFileMemory {
   void grow(uint64_t newSize);
   void extendFile(uint64_t newSize);
   bool mapFile(int openFlags);
+  [[noreturn]] void failToMap(int reason);
   void loadHeader();
   void storeHeader();
   bool unmap();
@@ -136,6 +138,7 @@ class VESKA_API CFileMemory {
   char* header_ = nullptr;
   std::string storagePath_;
   bool headerDamaged_ = false;
+  int openError_ = 0;  // errno of the last attempt to open the file
   uint32_t mappingCount_ = 0;
   uint32_t releasedBytes_ = 0;
 };

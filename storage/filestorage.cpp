@@ -31,8 +31,8 @@ CFileStorage::CFileStorage(std::string path, unsigned long hashSize)
       bucketCount_(static_cast<uint32_t>(hashSize)),
       names_(std::make_unique<FileNameIndex>(*this)) {}
 
-CFileStorage::CFileStorage(std::string path, FILE* hashFile) : CFileMemory(path) {
-  if (headerDamaged() || !read(hashFile)) throwVeskaError("StorageReadError", path);
+CFileStorage::CFileStorage(std::string path, FILE* hashFile) : CFileMemory(std::move(path)) {
+  requireOpened(read(hashFile), hashFile);
 }
 
 CFileStorage::~CFileStorage() = default;

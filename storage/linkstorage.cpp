@@ -61,8 +61,8 @@ CFileLinks::CFileLinks(std::string path, unsigned long initialSize, unsigned lon
                        bool ranking)
     : CFileMemory(std::move(path), initialSize, growthIncrement), ranking_(ranking) {}
 
-CFileLinks::CFileLinks(std::string path, FILE* hashFile) : CFileMemory(path) {
-  if (headerDamaged() || !read(hashFile)) throwVeskaError("StorageReadError", path);
+CFileLinks::CFileLinks(std::string path, FILE* hashFile) : CFileMemory(std::move(path)) {
+  requireOpened(read(hashFile), hashFile);
 }
 
 unsigned long CFileLinks::getSpace(int size) {
@@ -106,8 +106,8 @@ CWordLinks::CWordLinks(std::string path, unsigned long initialSize, unsigned lon
                        bool ranking)
     : CFileMemory(std::move(path), initialSize, growthIncrement), ranking_(ranking) {}
 
-CWordLinks::CWordLinks(std::string path, FILE* hashFile) : CFileMemory(path) {
-  if (headerDamaged() || !read(hashFile)) throwVeskaError("StorageReadError", path);
+CWordLinks::CWordLinks(std::string path, FILE* hashFile) : CFileMemory(std::move(path)) {
+  requireOpened(read(hashFile), hashFile);
 }
 
 void CWordLinks::addWord(unsigned long fileId, unsigned long wordId, unsigned char count) {

@@ -26,8 +26,8 @@ CTextStorage::CTextStorage(std::string path, unsigned long initialSize,
       prefixSize_(dataSize + kLinkBytes),
       buckets_(static_cast<uint32_t>(hashSize)) {}
 
-CTextStorage::CTextStorage(std::string path, FILE* hashFile) : CFileMemory(path) {
-  if (headerDamaged() || !read(hashFile)) throwVeskaError("StorageReadError", path);
+CTextStorage::CTextStorage(std::string path, FILE* hashFile) : CFileMemory(std::move(path)) {
+  requireOpened(read(hashFile), hashFile);
 }
 
 CTextStorage::~CTextStorage() = default;

@@ -1,6 +1,7 @@
 #include "analyzers/unicode/textanalyzer.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -121,7 +122,7 @@ bool CTextAnalyzer::indexFile(const char* path, unsigned long parentId) {
   FileInput file(path);
   if (!file.isOpen()) {
     index->readFailed = true;
-    reportProblem("OpenFailed", path);
+    reportProblem("OpenFailed", path, errno);
     return false;
   }
   PeekedInput peeked(file);
@@ -176,7 +177,7 @@ bool CTextAnalyzer::isMarkup() const { return kind_.name == "html" || kind_.name
 char* CTextAnalyzer::fillDisplayBuffer(const char* path, unsigned long, unsigned long maxBytes,
                                        int lineWidth, bool option) {
   FileInput file(path);
-  if (!file.isOpen()) throwVeskaError("CannotOpenContentsFile", path);
+  if (!file.isOpen()) throwVeskaError("CannotOpenContentsFile", path, errno);
   DisplayWriter writer(maxBytes, lineWidth);
   ReportingSink sink(writer, path);
   const SourceRequest request = requestFor(*index, path);

@@ -13,7 +13,7 @@
 #include "analyzers/externalanalyzer.h"
 #include "analyzers/shellcommand.h"
 #include "tests/analyzers/analyzertest.h"
-#include "tests/analyzers/archives.h"
+#include "tests/support/archives.h"
 
 namespace veska::test {
 namespace {

@@ -3,7 +3,7 @@
 
 #include "api/veskalib.h"
 #include "tests/analyzers/analyzertest.h"
-#include "tests/analyzers/archives.h"
+#include "tests/support/archives.h"
 
 namespace veska::test {
 namespace {

@@ -2,7 +2,7 @@
 #include <unistd.h>
 
 #include "tests/analyzers/analyzertest.h"
-#include "tests/analyzers/archives.h"
+#include "tests/support/archives.h"
 
 namespace veska::test {
 namespace {

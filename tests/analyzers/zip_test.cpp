@@ -6,7 +6,7 @@
 #include <filesystem>
 
 #include "tests/analyzers/analyzertest.h"
-#include "tests/analyzers/archives.h"
+#include "tests/support/archives.h"
 
 namespace veska::test {
 namespace {

@@ -19,13 +19,12 @@
 namespace veska::test {
 namespace {
 
-std::map<std::string, std::string> surroundings(const std::string& folder,
-                                                const std::string& locale) {
+std::map<std::string, std::string> usualVariables(const std::string& folder) {
   return {{"PATH", "/usr/bin:/bin"},
           {"HOME", folder + "/user"},
           {"XDG_DATA_HOME", folder + "/data"},
           {"TMPDIR", folder},
-          {"LC_ALL", locale},
+          {"LC_ALL", "de_DE.UTF-8"},  // no output may depend on it
           {"TZ", "UTC"},
           {"TERM", "dumb"},
           {"ASAN_OPTIONS", "detect_leaks=0"}};  // leaks cannot be looked for under ptrace
@@ -37,16 +36,17 @@ int exitStatus(int status) {
 
 // In the child: never returns.
 [[noreturn]] void become(const std::vector<std::string>& words, const std::string& folder,
-                         const std::string& out, const std::string& err, const std::string& locale,
-                         bool traced) {
+                         const std::string& out, const std::string& err, bool traced,
+                         const Surroundings& surroundings) {
   std::vector<std::string> texts{VESKA_PROGRAM, "--home", folder + "/home"};
   texts.insert(texts.end(), words.begin(), words.end());
   std::vector<char*> arguments;
   for (std::string& text : texts) arguments.push_back(text.data());
   arguments.push_back(nullptr);
+  std::map<std::string, std::string> values = surroundings.variables;
+  values.merge(usualVariables(folder));
   std::vector<std::string> variables;
-  for (const auto& [name, value] : surroundings(folder, locale))
-    variables.push_back(name + "=" + value);
+  for (const auto& [name, value] : values) variables.push_back(name + "=" + value);
   std::vector<char*> environment;
   for (std::string& text : variables) environment.push_back(text.data());
   environment.push_back(nullptr);
@@ -58,6 +58,11 @@ int exitStatus(int status) {
   ::dup2(output, 1);
   ::dup2(errors, 2);
   if (::chdir(folder.c_str()) != 0) ::_exit(126);
+  for (const auto& [resource, number] : surroundings.limits) {
+    const rlimit limit{number, number};
+    ::setrlimit(static_cast<__rlimit_resource>(resource), &limit);
+  }
+  ::alarm(surroundings.seconds);
   if (traced) ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
   ::execve(VESKA_PROGRAM, arguments.data(), environment.data());
   ::_exit(127);
@@ -124,14 +129,14 @@ std::ostream& operator<<(std::ostream& stream, const Outcome& outcome) {
 }
 
 RunningProgram::RunningProgram(std::vector<std::string> words, const std::string& folder,
-                               const std::string& locale)
+                               const Surroundings& surroundings)
     : folder_(folder) {
   static std::atomic<int> runs = 0;
   const std::string base = folder + "/.run" + std::to_string(++runs);
   outPath_ = base + ".out";
   errPath_ = base + ".err";
   process_ = ::fork();
-  if (process_ == 0) become(words, folder, outPath_, errPath_, locale, false);
+  if (process_ == 0) become(words, folder, outPath_, errPath_, false, surroundings);
   if (process_ < 0) ADD_FAILURE() << "cannot start the program";
 }
 
@@ -154,12 +159,12 @@ Outcome RunningProgram::wait() {
   return outcome;
 }
 
-Outcome ProgramTest::run(std::vector<std::string> words) const {
-  return RunningProgram(std::move(words), folder()).wait();
+Outcome ProgramTest::run(std::vector<std::string> words, const Surroundings& surroundings) const {
+  return RunningProgram(std::move(words), folder(), surroundings).wait();
 }
 
 Outcome ProgramTest::runIn(const std::string& locale, std::vector<std::string> words) const {
-  return RunningProgram(std::move(words), folder(), locale).wait();
+  return run(std::move(words), {{{"LC_ALL", locale}}, {}, 0});
 }
 
 std::string ProgramTest::out(std::vector<std::string> words) const {
@@ -193,7 +198,7 @@ std::string ProgramTest::tables() const {
 
 bool ProgramTest::runKilledBeforeChange(std::vector<std::string> words, int n) const {
   const pid_t process = ::fork();
-  if (process == 0) become(words, folder(), "/dev/null", "/dev/null", "C.UTF-8", true);
+  if (process == 0) become(words, folder(), "/dev/null", "/dev/null", true, {});
   int status = 0;
   ::waitpid(process, &status, 0);  // stopped at its first instruction
   ::ptrace(PTRACE_SETOPTIONS, process, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);

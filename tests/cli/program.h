@@ -2,9 +2,11 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/types.h>
 
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -21,12 +23,19 @@ struct Outcome {
 };
 std::ostream& operator<<(std::ostream& stream, const Outcome& outcome);
 
+// What is special about the surroundings of a run.
+struct Surroundings {
+  std::map<std::string, std::string> variables;  // on top of those that every run has
+  std::map<int, rlim_t> limits;                  // RLIMIT_...: the number
+  unsigned seconds = 0;                          // SIGALRM ends it then; 0: never
+};
+
 // A run that goes on beside the case.
 class RunningProgram {
  public:
   RunningProgram(std::vector<std::string> words, const std::string& folder,
-                 const std::string& locale = "de_DE.UTF-8");  // no output may depend on it
-  ~RunningProgram();                                          // kills it
+                 const Surroundings& surroundings = {});
+  ~RunningProgram();  // kills it
   RunningProgram(const RunningProgram&) = delete;
   RunningProgram& operator=(const RunningProgram&) = delete;
 
@@ -45,7 +54,7 @@ class ProgramTest : public testing::Test {
  protected:
   // The home is DIR/home, the working directory DIR. Locale and colours of the surroundings are
   // off.
-  Outcome run(std::vector<std::string> words) const;
+  Outcome run(std::vector<std::string> words, const Surroundings& surroundings = {}) const;
   // The same under another locale, which need not be installed: "C", "de_DE.ISO-8859-1".
   Outcome runIn(const std::string& locale, std::vector<std::string> words) const;
   // out of a run that must end with status 0 and without remarks.

@@ -1,4 +1,4 @@
-#include "tests/analyzers/archives.h"
+#include "tests/support/archives.h"
 
 #include <zlib.h>
 
