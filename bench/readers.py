@@ -110,9 +110,11 @@ def run(command, data=None, seconds=60):
 def html_text(source, head=True):
     """A page as w3m shows it, with its title and description, which stand beside it."""
     source = re.sub(r"(?i)(<meta[^>]*charset=[\"']?)[\w.:-]+", r"\1utf-8", source)
-    source = re.sub(r"(?i)^\s*<\?xml[^>]*\?>", "", source)
+    source = re.sub(r"(?i)^\s*<\?xml[^>]*\?>|<meta\s[^>]*http-equiv=[\"']?refresh[^>]*>", "", source)
+    # w3m writes "x^2" for powers, and alternative texts without blanks around them.
+    shown = re.sub(r"(?i)<(su[bp])\b[^>]*>([^<]*)</\1>", r"\2", re.sub("(?i)<img\\b", " <img", source))
     text = run(["w3m", "-dump", "-T", "text/html", "-I", "UTF-8", "-O", "UTF-8", "-cols", "5000",
-                "-o", "fold_line=0"], source.encode("utf-8", "replace"))
+                "-o", "fold_line=0", "-o", "pseudo_inlines=0"], shown.encode("utf-8", "replace"))
     title = re.search(r"(?is)<title[^>]*>(.*?)</title>", source) if head else None
     metas = re.findall(r"(?is)<meta\s[^>]*>", source)
     about = [m for m in metas if re.search(r"""(?i)name\s*=\s*["']?description\b""", m)]
@@ -196,8 +198,7 @@ def epub_of(path):
 
 # --- Office documents
 
-OFFICE = {"rtf": "text", "docx": "text", "docm": "text", "odt": "text", "ott": "text",
-          "fodt": "text", "xlsx": "sheet", "ods": "sheet", "fods": "sheet", "pptx": "deck",
+OFFICE = {"rtf": "text", "docx": "text", "docm": "text", "odt": "text", "fodt": "text", "xlsx": "sheet", "ods": "sheet", "fods": "sheet", "pptx": "deck",
           "odp": "deck"}
 FLAT = {"text": "fodt", "sheet": "fods", "deck": "fodp"}
 CSV = "csv:Text - txt - csv (StarCalc):44,34,76,1,,0,false,true,false,false,false,-1"
@@ -239,8 +240,8 @@ class Office:
 
 UNSEEN = set("tracked-changes page-number page-count binary-data note-citation forms scripts "
              "settings font-face-decls automatic-styles styles desc creator date sender-initials".split())
-APART = set("p h section table-cell list-item custom-shape".split())
-ASIDE = set("note annotation text-box".split())  # anchored within words
+APART = set("p h section table-cell list-item".split())
+ASIDE = set("note annotation text-box custom-shape".split())  # anchored within words
 PROPERTIES = set("title subject keyword initial-creator creator".split())
 
 

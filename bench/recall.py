@@ -326,7 +326,7 @@ def main():
         if unread:
             print("\nnot read by the reader:", ", ".join(f"{n} {kind}" for kind, n in unread.items()))
         worst(found, veska, options.worst)
-        if options.words:
+        if options.words is not None:
             differing(found, veska, options.words)
 
 

@@ -105,6 +105,10 @@ std::string strippedText(std::string_view word);
 // Columns that the character takes in a terminal: 0, 1 or 2.
 int columnsOf(char32_t character);
 
+// Is a line's end between two such characters no blank? So it is with wide East Asian characters
+// other than Hangul.
+bool joinsAcrossLines(char32_t character);
+
 }  // namespace veska::unicode
 
 #endif  // VESKA_ANALYZERS_UNICODE_CHARACTERS_H_
