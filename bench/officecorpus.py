@@ -122,7 +122,7 @@ def make(folder, profile):
         readers.soffice(profile, target, f"{folder}/{kind}", files, reader)
 
     convert("odt:writer8", "odt", write(sources, "html", page), "HTML (StarWriter)")
-    for target in ("docx:MS Word 2007 XML", "rtf:Rich Text Format", "epub", "docm:MS Word 2007 XML VBA",
+    for target in ("docx:MS Word 2007 XML", "rtf:Rich Text Format", "epub", "pdf", "docm:MS Word 2007 XML VBA",
                    "fodt:OpenDocument Text Flat XML"):
         convert(target, target.split(":")[0], made(folder, "odt"))
     convert("ods:calc8", "ods", write(sources, "csv", sheet), "CSV:44,34,76,1")

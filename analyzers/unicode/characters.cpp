@@ -242,6 +242,14 @@ std::string strippedText(std::string_view word) {
   return encoded(result);
 }
 
+std::string compatibleText(char32_t character) {
+  unsigned char bytes[4];
+  const unsigned count = encodeCharacter(character, bytes);
+  return encoded(
+      mapped(std::string_view(reinterpret_cast<char*>(bytes), count),
+             static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_COMPAT | UTF8PROC_COMPOSE)));
+}
+
 bool joinsAcrossLines(char32_t character) {
   const bool hangul = isIn(kHangul, character);
   return character >= kFirstEastAsian && !hangul && columnsOf(character) == 2 &&
