@@ -1,7 +1,9 @@
 #include "analyzers/pdf/textpage.h"
 
+#include <algorithm>
 #include <cmath>
 
+#include "analyzers/pdf/righttoleft.h"
 #include "analyzers/pdf/unicode.h"
 
 namespace veska::pdf {
@@ -44,7 +46,15 @@ void TextPage::add(std::u32string_view text, double from, double to) {
     }
     return;
   }
-  // Blanks in a longer text divide its room.
+  if (isRightToLeft(text.front()) && isRightToLeft(text.back())) {
+    const std::u32string seen(text.rbegin(), text.rend());
+    return addText(seen, from, to);
+  }
+  addText(text, from, to);
+}
+
+// Blanks in a longer text divide its room.
+void TextPage::addText(std::u32string_view text, double from, double to) {
   const double step = (to - from) / static_cast<double>(text.size());
   for (size_t begin = 0; begin < text.size();) {
     size_t end = begin;

@@ -32,14 +32,16 @@ class TextPage {
   // The glyphs that follow belong to this run.
   void beginRun(const TextRun& run);
 
-  // A glyph, or several under one text, between two places along the direction of the text.
+  // A glyph, or several under one text, between two places along the direction of the text. The
+  // text is in the order in which it is read, also where that is from right to left.
   void add(std::u32string_view text, double from, double to);
 
   // Whether the page holds as much as it should; more text makes it only larger.
   bool full() const { return text_.size() >= kFullChars; }
 
-  // Appends the text in reading order to out: words end with a blank, lines and blocks with a line
-  // feed; words that a hyphen divides at the end of a line are whole.
+  // Appends the text in reading order to out, the glyphs of each line from left to right: words end
+  // with a blank, lines and blocks with a line feed; words that a hyphen divides at the end of a
+  // line are whole.
   void write(std::u32string& out);
 
  private:
@@ -65,6 +67,7 @@ class TextPage {
 
   static constexpr size_t kFullChars = 1 << 20;
 
+  void addText(std::u32string_view text, double from, double to);
   void addPart(std::u32string_view text, double from, double to);
   bool combine(char32_t c, double from, double to);
   void closeWord() { open_ = false; }

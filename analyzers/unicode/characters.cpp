@@ -35,6 +35,12 @@ constexpr Range kAccents[] = {
     {0x1AB0, 0x1AFF}, {0x1DC0, 0x1DFF}, {0x20D0, 0x20F0}, {0xFE20, 0xFE2F},
 };
 
+constexpr Range kHangul[] = {
+    {0x3130, 0x318F}, {0x3200, 0x321E}, {0x3260, 0x327F}, {0xA960, 0xA97F}, {0xAC00, 0xD7FF}};
+constexpr char32_t kFirstEastAsian = 0x2E80;
+constexpr char32_t kFirstSymbol = 0x1F000;  // emoji and the like, up to
+constexpr char32_t kFirstPlaneTwo = 0x20000;
+
 constexpr char32_t kZeroWidthSpace = 0x200B;
 constexpr char32_t kShortI = 0x0439;
 
@@ -234,6 +240,20 @@ std::string strippedText(std::string_view word) {
   }
   compose(result);
   return encoded(result);
+}
+
+std::string compatibleText(char32_t character) {
+  unsigned char bytes[4];
+  const unsigned count = encodeCharacter(character, bytes);
+  return encoded(
+      mapped(std::string_view(reinterpret_cast<char*>(bytes), count),
+             static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_COMPAT | UTF8PROC_COMPOSE)));
+}
+
+bool joinsAcrossLines(char32_t character) {
+  const bool hangul = isIn(kHangul, character);
+  return character >= kFirstEastAsian && !hangul && columnsOf(character) == 2 &&
+         (character < kFirstSymbol || character >= kFirstPlaneTwo);
 }
 
 int columnsOf(char32_t character) {

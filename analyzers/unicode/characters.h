@@ -102,8 +102,15 @@ std::string composedText(std::string_view utf8);
 // short i. The word is taken to be folded.
 std::string strippedText(std::string_view word);
 
+// The character as plain ones: the letters of an Arabic or Hebrew presentation form or ligature.
+std::string compatibleText(char32_t character);
+
 // Columns that the character takes in a terminal: 0, 1 or 2.
 int columnsOf(char32_t character);
+
+// Is a line's end between two such characters no blank? So it is with wide East Asian characters
+// other than Hangul.
+bool joinsAcrossLines(char32_t character);
 
 }  // namespace veska::unicode
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "analyzers/unicode/characters.h"
 #include "analyzers/unicode/textsource.h"
 
 namespace veska::unicode {
@@ -21,7 +22,8 @@ inline bool isFlowBlank(char c) { return kFlowBlanks[static_cast<unsigned char>(
 // Collects the text and passes it on in large pieces. Results: false when the sink wants no more.
 class FlowText {
  public:
-  // keepLines: a blank that holds a line feed is a line's end.
+  // keepLines: a blank that holds a line feed is a line's end. Else, between characters of scripts
+  // without blanks, it is nothing (CSS Text 3, 4.1.3).
   FlowText(TextSink& sink, bool keepLines) : sink_(sink), keepLines_(keepLines) {}
 
   bool add(std::string_view text) {
@@ -34,7 +36,7 @@ class FlowText {
         continue;
       }
       const size_t end = runEnd(text, at);
-      writeBlank();
+      writeBlank(text.substr(at, end - at));
       buffer_ += text.substr(at, end - at);
       started_ = true;
       at = end;
@@ -44,7 +46,7 @@ class FlowText {
 
   // Text in which blanks and lines stand as they are.
   bool addVerbatim(std::string_view text) {
-    writeBlank();
+    writeBlank({});
     started_ = true;
     return flush() && sink_.text(text);
   }
@@ -76,9 +78,21 @@ class FlowText {
     }
   }
 
-  void writeBlank() {
-    if (blank_ && started_) buffer_ += keepLines_ && sawLine_ ? '\n' : ' ';
+  void writeBlank(std::string_view next) {
+    if (blank_ && started_ && !isWithinRun(next)) buffer_ += keepLines_ && sawLine_ ? '\n' : ' ';
     blank_ = sawLine_ = false;
+  }
+
+  bool isWithinRun(std::string_view next) const {
+    if (keepLines_ || !sawLine_ || next.empty() || buffer_.empty()) return false;
+    constexpr unsigned char kLeast = 0x80;
+    if (static_cast<unsigned char>(next.front()) < kLeast ||
+        static_cast<unsigned char>(buffer_.back()) < kLeast)
+      return false;
+    size_t last = buffer_.size() - 1;
+    while (last > 0 && (static_cast<unsigned char>(buffer_[last]) & 0xC0) == 0x80) --last;
+    return joinsAcrossLines(decodeAt(buffer_, last).character) &&
+           joinsAcrossLines(decodeAt(next, 0).character);
   }
 
   TextSink& sink_;

@@ -90,6 +90,9 @@ class HtmlHandler : public MarkupHandler {
 
   bool startTag(std::string_view name, std::string_view attributes, bool empty) override {
     if (!tagBreak(name)) return false;
+    if (name == "sup") inSuperscript_ = !empty;
+    if (name == "a") inLink_ = !attribute(attributes, "href").empty();
+    if (!noteBreak(name)) return false;
     if (isVerbatim(name)) ++verbatim_;
     inTitle_ = inTitle_ || (name == "title" && !empty);
     if (name == "img" || name == "area") return addWords(attribute(attributes, "alt"));
@@ -101,6 +104,9 @@ class HtmlHandler : public MarkupHandler {
   bool endTag(std::string_view name) override {
     if (isVerbatim(name) && verbatim_ != 0) --verbatim_;
     inTitle_ = inTitle_ && name != "title";
+    if (!noteBreak(name)) return false;
+    if (name == "sup") inSuperscript_ = false;
+    if (name == "a") inLink_ = false;
     return tagBreak(name);
   }
 
@@ -123,6 +129,12 @@ class HtmlHandler : public MarkupHandler {
   bool tagBreak(std::string_view name) {
     const TagBreak* found = breakOf(name);
     return found == nullptr || text_.boundary(found->strength);
+  }
+
+  // A raised link is the number of a note, not the end of the word in front.
+  bool noteBreak(std::string_view name) {
+    const bool within = inSuperscript_ && inLink_ && (name == "sup" || name == "a");
+    return !within || text_.boundary(Break::kWord);
   }
 
   bool addWords(const std::string& words) {
@@ -149,6 +161,8 @@ class HtmlHandler : public MarkupHandler {
   FlowText text_;
   const bool showTitle_;
   bool inTitle_ = false;
+  bool inSuperscript_ = false;
+  bool inLink_ = false;
   size_t verbatim_ = 0;  // elements around us in which blanks count
 };
 

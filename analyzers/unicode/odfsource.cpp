@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <set>
+#include <string>
 
 #include "analyzers/unicode/markupsources.h"
 #include "analyzers/unicode/package.h"
@@ -67,6 +69,7 @@ constexpr std::string_view kHeaderFields[] = {"page-number", "page-count", "shee
                                               "time"};
 
 constexpr size_t kLongestHeader = 65536;
+constexpr size_t kMostHiddenStyles = 4096;
 
 enum class OdfPart { kDocument, kObject };
 
@@ -76,21 +79,39 @@ class OdfText : public TaggedText {
 
  private:
   bool opened(std::string_view name, std::string_view attributes, bool empty) override {
+    if (name == "body") inBody_ = true;
+    if (name == "meta" && !inBody_ && !empty) useTags(propertyTags());
+    if (!inBody_) noteStyle(name, attributes);
     if (name == "spreadsheet") isSheets_ = true;
     if (name == "master-page") inMasterPage_ = !empty;
     if (inMasterPage_ && name != "master-page") chooseHeader(name, attributes, empty);
     if (name == "presentation") isSlides_ = true;
     if (isSlides_ && name == "page-number") hide();  // of notes
+    if (hasHiddenStyle(name, attributes)) hide();
     if (name != "table") return true;
     if (part_ == OdfPart::kObject) hide();  // the numbers that a chart shows
     return !isSheets_ || addSheetName(attributes);
   }
 
   bool closed(std::string_view name) override {
+    if (name == "meta" && !inBody_) useTags(kTags);
     if (inHeader_ && name == "p" && !addHeaderLine()) return false;
     if (name == "master-page") inMasterPage_ = inHeader_ = false;
     if (inHeader_ && isOneOf(name, kHeaders)) inHeader_ = false;
     return true;
+  }
+
+  // Of hidden text, the style says so; styles of their own come before the text.
+  void noteStyle(std::string_view name, std::string_view attributes) {
+    if (name == "style") style_ = attributeValue(Markup::kXml, attributes, "style:name");
+    if (name == "text-properties" && hiddenStyles_.size() < kMostHiddenStyles &&
+        attributeValue(Markup::kXml, attributes, "text:display") == "none")
+      hiddenStyles_.insert(style_);
+  }
+
+  bool hasHiddenStyle(std::string_view name, std::string_view attributes) const {
+    if (hiddenStyles_.empty() || (name != "span" && name != "p" && name != "h")) return false;
+    return hiddenStyles_.contains(attributeValue(Markup::kXml, attributes, "text:style-name"));
   }
 
   void chooseHeader(std::string_view name, std::string_view attributes, bool empty) {
@@ -129,6 +150,9 @@ class OdfText : public TaggedText {
   }
 
   OdfPart part_;
+  bool inBody_ = false;
+  std::string style_;  // the last one that was defined
+  std::set<std::string, std::less<>> hiddenStyles_;
   bool isSheets_ = false;
   bool inMasterPage_ = false;
   bool isSlides_ = false;

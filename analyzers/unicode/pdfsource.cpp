@@ -3,6 +3,8 @@
 #include <string>
 
 #include "analyzers/pdf/extractor.h"
+#include "analyzers/pdf/righttoleft.h"
+#include "analyzers/unicode/characters.h"
 #include "analyzers/unicode/charset.h"
 
 namespace veska::unicode {
@@ -11,6 +13,11 @@ namespace {
 using pdf::TextExtractor;
 
 constexpr uint64_t kMostBytes = uint64_t{1} << 30;
+
+// Glyphs of Hebrew and Arabic letters, by which fonts name them.
+bool isPresentationForm(char32_t c) {
+  return (c >= 0xFB1D && c <= 0xFDFF) || (c >= 0xFE70 && c <= 0xFEFC);
+}
 
 class PdfSource : public TextSource {
  public:
@@ -39,7 +46,14 @@ class PdfSource : public TextSource {
     std::string text;
     while (document.nextPage(page)) {
       text.clear();
-      for (const char32_t c : page) appendUtf8(text, c);
+      pdf::toReadingDirection(page);
+      for (const char32_t c : page) {
+        if (isPresentationForm(c)) {
+          text += compatibleText(c);
+        } else {
+          appendUtf8(text, c);
+        }
+      }
       if (!sink.text(text) || !sink.boundary(Break::kParagraph)) return Outcome::kStopped;
     }
     return document.cutShort() ? Outcome::kLimited : Outcome::kDone;

@@ -104,7 +104,7 @@ bool TaggedText::endAside() {
   return story_.endAside();
 }
 
-bool deliverProperties(ByteInput& part, TextSink& sink) {
+std::span<const TextTag> propertyTags() {
   static constexpr TextTag kTags[] = {
       {"creator", kTagText | kTagBreak, Break::kLine},
       {"initial-creator", kTagText | kTagBreak, Break::kLine},
@@ -113,7 +113,11 @@ bool deliverProperties(ByteInput& part, TextSink& sink) {
       {"subject", kTagText | kTagBreak, Break::kLine},
       {"title", kTagText | kTagBreak, Break::kLine},
   };
-  return TaggedText(kTags, sink).read(part) && sink.boundary(Break::kParagraph);
+  return kTags;
+}
+
+bool deliverProperties(ByteInput& part, TextSink& sink) {
+  return TaggedText(propertyTags(), sink).read(part) && sink.boundary(Break::kParagraph);
 }
 
 }  // namespace veska::unicode

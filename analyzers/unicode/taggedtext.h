@@ -56,6 +56,8 @@ class TaggedText : public MarkupHandler {
   virtual bool closed(std::string_view /*name*/) { return true; }
 
   StoryText& story() { return story_; }
+  // From here on this table holds.
+  void useTags(std::span<const TextTag> tags) { tags_ = tags; }
   // Leaves out the element whose start tag is being told.
   void hide() { hideNext_ = true; }
   // Does character data count, and as what? Text by default.
@@ -82,7 +84,10 @@ class TaggedText : public MarkupHandler {
   bool hideNext_ = false;
 };
 
-// Title, author, subject and keywords out of a part with the properties of a document.
+// What the elements of a document's properties mean: title, author, subject and keywords are text.
+std::span<const TextTag> propertyTags();
+
+// Those out of a part with the properties.
 bool deliverProperties(ByteInput& part, TextSink& sink);
 
 }  // namespace veska::unicode

@@ -85,6 +85,19 @@ TEST(UnicodeOdf, TakesPropertiesHeadersAndTitlesOfCharts) {
   EXPECT_EQ(readDocument(bytes, "a.odt").text, "T\nK\n\nbody\n\nAnnual report, page\n\nChart\n");
 }
 
+TEST(UnicodeOdf, FlatOnesHavePropertiesAndHiddenText) {
+  const std::string bytes =
+      "<?xml version='1.0'?><office:document><office:meta><dc:title>T</dc:title><meta:generator>g"
+      "</meta:generator><meta:keyword>K</meta:keyword></office:meta><office:automatic-styles>"
+      "<style:style style:name='H'><style:text-properties text:display='none'/></style:style>"
+      "<style:style style:name='S'><style:text-properties/></style:style></office:automatic-styles>"
+      "<office:body><text:p>bo<text:span text:style-name='S'>dy</text:span><text:meta>, "
+      "</text:meta>"
+      "more<text:span text:style-name='H'> hidden</text:span></text:p><text:p text:style-name='H'>x"
+      "</text:p></office:body></office:document>";
+  EXPECT_EQ(readDocument(bytes, "a.fodt").text, "T\nK\n\nbody, more\n");
+}
+
 TEST(UnicodeOdf, TemplatesMayHaveNoContents) {
   const std::string mimetype = "application/vnd.oasis.opendocument.text-template";
   const std::string bytes = zipArchive(
