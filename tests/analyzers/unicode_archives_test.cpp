@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "tests/analyzers/analyzertest.h"
-#include "tests/analyzers/archives.h"
+#include "tests/support/archives.h"
 #include "tests/analyzers/shown.h"
 
 namespace veska::test {

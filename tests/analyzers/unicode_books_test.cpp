@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/analyzers/archives.h"
+#include "tests/support/archives.h"
 #include "tests/analyzers/documenttext.h"
 
 namespace veska::test {

@@ -10,7 +10,7 @@
 #include "analyzers/unicode/mailbox.h"
 #include "storage/filecontents.h"
 #include "tests/analyzers/analyzertest.h"
-#include "tests/analyzers/archives.h"
+#include "tests/support/archives.h"
 #include "tests/analyzers/shown.h"
 
 namespace veska::test {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "analyzers/unicode/sheetnumbers.h"
-#include "tests/analyzers/archives.h"
+#include "tests/support/archives.h"
 #include "tests/analyzers/documenttext.h"
 
 namespace veska::test {

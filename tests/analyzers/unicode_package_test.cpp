@@ -7,7 +7,7 @@
 
 #include "analyzers/unicode/charset.h"
 #include "analyzers/unicode/package.h"
-#include "tests/analyzers/archives.h"
+#include "tests/support/archives.h"
 #include "tests/analyzers/documenttext.h"
 
 namespace veska::test {
