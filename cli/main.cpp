@@ -6,6 +6,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -220,6 +221,7 @@ void occupyStandardDescriptors() {
 
 int main(int count, char** arguments) {
   std::set_new_handler(nullptr);
+  std::signal(SIGXFSZ, SIG_IGN);  // a limit on the size of files is an error like a full disk
   veska::occupyStandardDescriptors();
   // All that the program writes is its user's alone.
   ::umask(077);

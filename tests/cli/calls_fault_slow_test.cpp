@@ -210,7 +210,7 @@ class FailingCalls : public ProgramTest {
   }
 
   // After a run that writes: the answers are old, or new, or what is missing is listed, and the
-  // next run puts everything right.
+  // next run puts everything right; a file that the disk would not give is read once it changes.
   void checkIndex(const std::vector<std::string>& again, const Fault& fault,
                   const Outcome& outcome) const {
     const Outcome verified = run({"verify"});
@@ -276,6 +276,21 @@ TEST_F(FailingCalls, Rebuild) {
   failEach(
       {"rebuild"}, [this] { copy("base", "home"); },
       [&](const Fault& fault, const Outcome& outcome) { checkIndex({"update"}, fault, outcome); });
+}
+
+// As on a disk that fills up while a table grows or is copied.
+TEST_F(FailingCalls, FilesThatMayNotGrow) {
+  for (const rlim_t bytes : {1, 1000, 40000, 66000, 132000, 170000}) {
+    SCOPED_TRACE(bytes);
+    copy("base", "home");
+    Surroundings surroundings;
+    surroundings.limits[RLIMIT_FSIZE] = bytes;
+    const Fault fault{"size", 0, EFBIG};
+    const Outcome outcome = run({"update"}, surroundings);
+    EXPECT_EQ(outcome.status == 2, bytes < 170000) << outcome;
+    if (bytes > 1) checkManners(fault, outcome);  // a message needs room as well
+    checkIndex({"update"}, fault, outcome);
+  }
 }
 
 TEST_F(FailingCalls, Search) { failReader({"search", "\"alpha beta\" OR fresh"}); }
