@@ -106,10 +106,12 @@ void AccentTable::forEach(
     std::string_view part,
     const std::function<bool(const std::string& base, const std::string& word)>& use) const {
   for (size_t start = 0; start < text_.size();) {
-    const void* const hit =
-        memmem(text_.data() + start, text_.size() - start, part.data(), part.size());
-    if (hit == nullptr) return;
-    start = lineStart(static_cast<size_t>(static_cast<const char*>(hit) - text_.data()));
+    if (!part.empty()) {
+      const void* const hit =
+          memmem(text_.data() + start, text_.size() - start, part.data(), part.size());
+      if (hit == nullptr) return;
+      start = lineStart(static_cast<size_t>(static_cast<const char*>(hit) - text_.data()));
+    }
     const std::string_view line = lineAt(start);
     const size_t tab = line.find('\t');
     const bool isEntry = tab != std::string_view::npos && start + line.size() < text_.size();

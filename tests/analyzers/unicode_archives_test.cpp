@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "tests/analyzers/analyzertest.h"
-#include "tests/support/archives.h"
 #include "tests/analyzers/shown.h"
+#include "tests/support/archives.h"
 
 namespace veska::test {
 namespace {

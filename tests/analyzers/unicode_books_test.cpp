@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/archives.h"
 #include "tests/analyzers/documenttext.h"
+#include "tests/support/archives.h"
 
 namespace veska::test {
 namespace {

@@ -10,8 +10,8 @@
 #include "analyzers/unicode/mailbox.h"
 #include "storage/filecontents.h"
 #include "tests/analyzers/analyzertest.h"
-#include "tests/support/archives.h"
 #include "tests/analyzers/shown.h"
+#include "tests/support/archives.h"
 
 namespace veska::test {
 namespace {

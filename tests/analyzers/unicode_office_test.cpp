@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "analyzers/unicode/sheetnumbers.h"
-#include "tests/support/archives.h"
 #include "tests/analyzers/documenttext.h"
+#include "tests/support/archives.h"
 
 namespace veska::test {
 namespace {

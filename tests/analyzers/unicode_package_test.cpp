@@ -7,8 +7,8 @@
 
 #include "analyzers/unicode/charset.h"
 #include "analyzers/unicode/package.h"
-#include "tests/support/archives.h"
 #include "tests/analyzers/documenttext.h"
+#include "tests/support/archives.h"
 
 namespace veska::test {
 namespace {
@@ -17,7 +17,7 @@ using namespace unicode;
 
 std::string number(uint64_t value, int bytes) {
   std::string text;
-  for (int i = 0; i < bytes; ++i) text += static_cast<char>(value >> (8 * i));
+  for (int i = 0; i < bytes; ++i, value >>= 8) text += static_cast<char>(value);
   return text;
 }
 

@@ -25,7 +25,7 @@ class UnicodeProgram : public ProgramTest {
     write("docs/de.html", "<p>Stra&szlig;e <b>Caf</b>&eacute;</p>");
     write("docs/data", std::string("\x7F"
                                    "ELF\0\0\1caf\u00E9\0\0",
-                                   16));
+                                   14));
   }
   void index() const { EXPECT_EQ(run({"-q", "index", "docs"}), (Outcome{0, "", ""})); }
   // Changes the line of the settings.
