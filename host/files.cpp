@@ -113,10 +113,13 @@ void makePrivateFolder(const std::string& path) {
     syncPath(folderOf(path));
     return;
   }
-  const int number = errno;
-  struct stat info;
-  if (number == EEXIST && ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) return;
-  failWithErrno("cannot make the folder " + path, number);
+  if (errno == EEXIST) {
+    struct stat info;
+    const bool isKnown = ::stat(path.c_str(), &info) == 0;
+    if (isKnown && S_ISDIR(info.st_mode)) return;
+    if (isKnown) errno = EEXIST;
+  }
+  failWithErrno("cannot make the folder " + path, errno);
 }
 
 void syncPath(const std::string& path) {

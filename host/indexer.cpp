@@ -267,7 +267,10 @@ uint64_t Indexer::fingerprint() const {
 
 void Indexer::readSkipWords(Session& session) const {
   struct stat info;
-  if (::stat(home_.skipFile().c_str(), &info) != 0 && errno == ENOENT) return;
+  if (::stat(home_.skipFile().c_str(), &info) != 0) {
+    if (errno == ENOENT) return;
+    failWithErrno("cannot read " + home_.skipFile(), errno);
+  }
   vidxIndexExclusions(session.index());
   session.check();
 }
@@ -306,7 +309,12 @@ bool Indexer::addTree(Session& session, const std::string& root) {
   CFileStorage* files = vidxGetFiles(session.index());
   struct stat info;
   const bool known = engineCall([&] { return vfsLookupFile(files, root.c_str(), 0) != 0; });
-  if (known || ::stat(root.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) return true;
+  if (known) return true;
+  if (::stat(root.c_str(), &info) != 0) {
+    if (errno == ENOENT || errno == ENOTDIR) return true;
+    failWithErrno("cannot index " + root, errno);
+  }
+  if (!S_ISDIR(info.st_mode)) return true;
   const unsigned long id = vfsAddFile(files, root.c_str());
   session.check();
   engineCall([&] {

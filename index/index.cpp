@@ -181,7 +181,11 @@ void CVeskaIndex::setExactNames(bool on) {
 
 void CVeskaIndex::storeStorage(std::string path) {
   if (!links) links = newLinkTable();
-  enableWrite(false);
+  for (CFileMemory* table : std::initializer_list<CFileMemory*>{words, files, skipped, links}) {
+    errno = 0;
+    if (!table || table->disableWrite() || errno == ENOENT) continue;
+    throwVeskaError("StorageReadError", path, errno);
+  }
   const std::string target = path + "hash";
   const std::string unfinished = target + ".new";
   StdioFile stream = createPrivateFile(unfinished);
