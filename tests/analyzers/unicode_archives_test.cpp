@@ -265,9 +265,9 @@ TEST_F(UnicodeArchives, LimitsCutWhatExpands) {
 
 // A directory of a few kB could have the same bytes unpacked for hours, to no text at all.
 TEST_F(UnicodeArchives, MembersThatShareTheirBytesAreReadSomeTimesOnly) {
-  std::vector<ZipMember> members = {{"0", "shared " + std::string(20'000, ' '), false}};
+  std::vector<ZipMember> members = {{"100", "shared " + std::string(20'000, ' '), false}};
   for (int i = 1; i < 100; ++i)
-    members.push_back({std::to_string(i), members[0].data, false, 0, 0});
+    members.push_back({std::to_string(100 + i), members[0].data, false, 0, 0});
   const std::string zip = zipArchive(members);
   unicode::MemoryInput input(zip);
   const std::unique_ptr<ArchiveReader> reader = openZip(input, "many.zip");
