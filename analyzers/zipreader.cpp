@@ -95,6 +95,7 @@ class ZipReader : public ArchiveReader {
     unz_global_info64 global = {};
     damaged_ = zip_ == nullptr || unzGetGlobalInfo64(zip_.get(), &global) != UNZ_OK;
     entries_ = damaged_ ? 0 : global.number_entry;
+    packedLeft_ = kMostReread * input.size();
   }
 
   bool next() override {
@@ -108,6 +109,8 @@ class ZipReader : public ArchiveReader {
 
   Opened open() override {
     if (info_.flag & kEncrypted) return Opened::kNeedsPassword;
+    if (info_.compressed_size > packedLeft_) return Opened::kUnreadable;
+    packedLeft_ -= info_.compressed_size;
     isOpen_ = unzOpenCurrentFile(zip_.get()) == UNZ_OK;
     return isOpen_ ? Opened::kYes : Opened::kUnreadable;
   }
@@ -143,8 +146,13 @@ class ZipReader : public ArchiveReader {
     return true;
   }
 
+  // Members that share bytes may have this many times the archive's in all: a few kB of directory
+  // would otherwise have the same bytes unpacked for hours, without any limit on what comes of it.
+  static constexpr uint64_t kMostReread = 16;
+
   Stream stream_;
   std::unique_ptr<void, Closer> zip_;
+  uint64_t packedLeft_ = 0;  // bytes of members that may still be read
   uint64_t entries_ = 0;
   uint64_t entry_ = 0;  // number of the member, from 1 on
   unz_file_info64 info_ = {};

@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -142,6 +143,7 @@ class ShowCommand : public Command {
  private:
   FileId resolve(Catalog& catalog) const;
   std::string readerOf(Catalog& catalog, const std::string& path) const;
+  bool isCompressed(Catalog& catalog, const std::string& path) const;
   int listMembers(Catalog& catalog, const std::vector<FileId>& members) const;
   Contents contents(Catalog& catalog, FileId file, uint32_t bytes) const;
   int showText(Catalog& catalog, FileId file, const HitFinder* finder, bool quiet) const;
@@ -208,7 +210,7 @@ FileId ShowCommand::resolve(Catalog& catalog) const {
     fail(fmt::format("{} is a folder", reader.path(file)),
          "name a file in it; list them with: veska files '" + reader.path(file) + "/*'");
   }
-  while (readerOf(catalog, reader.path(file)) == "gzip") {
+  while (isCompressed(catalog, reader.path(file))) {
     const std::vector<FileId> members = membersOf(reader, file);
     if (members.size() != 1) break;
     file = members.front();
@@ -222,6 +224,18 @@ std::string ShowCommand::readerOf(Catalog& catalog, const std::string& path) con
     if (vFileNameMatch(path.c_str(), include.pattern.c_str())) return include.reader;
   }
   return {};
+}
+
+// Those that no pattern names are told by their extensions, as the index tells them.
+bool ShowCommand::isCompressed(Catalog& catalog, const std::string& path) const {
+  constexpr const char* kPatterns[] = {"*.xz",   "*.txz", "*.bz2", "*.tbz",
+                                       "*.tbz2", "*.zst", "*.tzst"};
+  const std::string reader = readerOf(catalog, path);
+  if (reader == "gzip") return true;
+  return reader == "generic" && catalog.reader().unicode() &&
+         std::any_of(std::begin(kPatterns), std::end(kPatterns), [&path](const char* pattern) {
+           return vFileNameMatch(path.c_str(), pattern);
+         });
 }
 
 int ShowCommand::listMembers(Catalog& catalog, const std::vector<FileId>& members) const {

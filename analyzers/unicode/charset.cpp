@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstring>
 #include <iterator>
+#include <map>
 
 #include "analyzers/unicode/characters.h"
 
@@ -114,7 +115,8 @@ std::string usedName(std::string_view declared) {
     declared.remove_suffix(1);
   constexpr size_t kLongestName = 40;
   const auto harmless = [](char c) {
-    return std::isalnum(static_cast<unsigned char>(c)) || std::strchr("-_.:", c) != nullptr;
+    constexpr std::string_view kMarks = "-_.:";
+    return std::isalnum(static_cast<unsigned char>(c)) || kMarks.find(c) != kMarks.npos;
   };
   if (declared.empty() || declared.size() > kLongestName ||
       !std::all_of(declared.begin(), declared.end(), harmless))
@@ -142,13 +144,26 @@ class IconvHandle {
   iconv_t handle_;
 };
 
+// iconv unloads the tables of a character set that nobody uses, and to load them takes a hundred
+// times as long as to open them. So one handle of each stays open, and text that changes its
+// character set from word to word costs no more than other text.
 bool isKnown(const std::string& name) {
-  return name == kUtf8 || name == kWindows1252 || IconvHandle(name).isOpen();
+  constexpr size_t kMostKept = 2048;
+  thread_local std::map<std::string, IconvHandle> kept;
+  if (name == kUtf8 || name == kWindows1252) return true;
+  const auto [entry, added] = kept.try_emplace(name, name);
+  const bool known = entry->second.isOpen();
+  if (added && (!known || kept.size() > kMostKept)) kept.erase(entry);
+  return known;
 }
 
-bool is16Or32Bit(const std::string& name) {
-  return name.starts_with("UTF-16") || name.starts_with("UTF-32") || name.starts_with("UTF16") ||
-         name.starts_with("UTF32") || name.starts_with("UCS");
+bool is16Or32Bit(std::string_view name) {
+  constexpr std::string_view kFamilies[] = {"UTF-16", "UTF-32", "UTF16", "UTF32", "UCS"};
+  constexpr std::string_view kOthers[] = {"UNICODE",   "UNICODELITTLE", "UNICODEBIG",
+                                          "ISO-10646", "INTERNAL",      "WCHAR_T"};
+  return std::any_of(std::begin(kFamilies), std::end(kFamilies),
+                     [name](std::string_view family) { return name.starts_with(family); }) ||
+         std::find(std::begin(kOthers), std::end(kOthers), name) != std::end(kOthers);
 }
 
 struct Mark {
@@ -430,7 +445,7 @@ Decoder::Decoder(std::string_view charset) {
     converter_ = std::make_unique<ConverterOf<Utf8Converter>>();
     return;
   }
-  if (!name.empty() && name != kWindows1252) {
+  if (!name.empty() && name != kWindows1252 && isKnown(name)) {
     auto iconv = std::make_unique<ConverterOf<IconvConverter>>(name);
     if (iconv->of().isOpen()) converter_ = std::move(iconv);
   }

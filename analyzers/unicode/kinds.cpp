@@ -14,7 +14,7 @@ namespace veska::unicode {
 namespace {
 
 constexpr auto npos = std::string_view::npos;
-// Of a document that cannot be sought in, and must be.
+// Of documents that cannot be sought in, and must be, with all that lie within each other.
 constexpr size_t kMostInMemory = size_t{128} << 20;
 
 constexpr Kind kHtml = {"html", "html htm xhtml shtml xht", false, makeHtmlSource, isHtml};
@@ -59,10 +59,9 @@ bool holdsWord(std::string_view list, std::string_view word) {
 
 Outcome deliverFromMemory(TextSource& source, ByteInput& input, const SourceRequest& request,
                           TextSink& sink) {
-  const size_t most =
-      request.maxExpanded == 0
-          ? kMostInMemory
-          : static_cast<size_t>(std::min<uint64_t>(request.maxExpanded, kMostInMemory));
+  size_t most = kMostInMemory - std::min(kMostInMemory, request.inMemory);
+  if (request.maxExpanded != 0)
+    most = static_cast<size_t>(std::min<uint64_t>(request.maxExpanded, most));
   constexpr size_t kPieceBytes = 1 << 20;
   std::string bytes;
   for (;;) {
@@ -75,7 +74,9 @@ Outcome deliverFromMemory(TextSource& source, ByteInput& input, const SourceRequ
     if (ended) break;
   }
   MemoryInput memory(bytes);
-  return source.deliver(memory, request, sink);
+  SourceRequest inner = request;
+  inner.inMemory += bytes.size();
+  return source.deliver(memory, inner, sink);
 }
 
 }  // namespace

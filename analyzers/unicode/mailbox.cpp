@@ -93,8 +93,10 @@ bool MailboxReader::next() {
     }
   }
   lookAhead();
-  while (!started_ && begin_ != end_ && (buffer_[begin_] == '\n' || buffer_[begin_] == '\r'))
+  while (!started_ && begin_ != end_ && (buffer_[begin_] == '\n' || buffer_[begin_] == '\r')) {
     take(1);
+    lookAhead();
+  }
   started_ = true;
   if (begin_ == end_) return false;
   // A file may begin with a message that no such line opens.

@@ -48,7 +48,7 @@ std::string* fieldOf(MailHeader& header, std::string_view name) {
     if (!sameWord(known.name, name)) continue;
     std::string& field = header.*known.field;
     if (field.empty()) return &field;
-    if (known.field != &MailHeader::recipients) return nullptr;
+    if (known.field != &MailHeader::recipients || field.size() >= kMostFieldBytes) return nullptr;
     field += ", ";
     return &field;
   }

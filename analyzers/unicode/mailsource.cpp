@@ -91,6 +91,8 @@ class MessageReader {
       deliverMessage(part);
     } else if (part.name.empty() && isText(part)) {
       if (!othersOnly) deliverText(part);
+    } else if (isSealed(part)) {
+      note(Outcome::kNeedsPassword);
     } else if (!isSignature(part.type)) {
       deliverAttachment(part);
     }
@@ -108,6 +110,13 @@ class MessageReader {
                           "application/pkcs7-mime", "application/x-pkcs7-mime"});
   }
 
+  // (RFC 8551, section 3.2.2.)
+  static bool isSealed(const Part& part) {
+    if (!isAnyOf(part.type, {"application/pkcs7-mime", "application/x-pkcs7-mime"})) return false;
+    const std::string kind = StructuredField(part.header.contentType).parameter("smime-type");
+    return sameWord(kind, "enveloped-data") || sameWord(kind, "authEnveloped-data");
+  }
+
   // Those of whose bytes no text comes. SVG is text.
   static bool isMedium(std::string_view type) {
     return type != "image/svg+xml" && (type.starts_with("image/") || type.starts_with("audio/") ||
@@ -117,6 +126,7 @@ class MessageReader {
   void deliverMultipart(const Part& part, bool othersOnly) {
     const StructuredField type(part.header.contentType);
     std::string boundary = type.parameter("boundary");
+    boundary.resize(boundary.find_last_not_of(" \t") + 1);
     if (part.type == "multipart/encrypted") {
       note(Outcome::kNeedsPassword);
     } else if (boundary.empty()) {

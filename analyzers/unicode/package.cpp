@@ -11,6 +11,9 @@ namespace {
 constexpr uint64_t kMostExpanded = uint64_t{2} << 30;
 constexpr uint64_t kMostDirectoryBytes = uint64_t{16} << 20;
 constexpr size_t kBlockBytes = 32768;
+constexpr uint64_t kMostReread = 16;  // times the size of the input
+constexpr uint64_t kAlwaysRead = uint64_t{64} << 20;
+constexpr uint64_t kOpeningCost = 1024;  // of a part, in bytes read: many may be empty
 
 // Layouts, in bytes from the beginning of each record.
 constexpr std::string_view kLocalMark("PK\3\4", 4);
@@ -62,7 +65,8 @@ bool comesBefore(std::string_view a, std::string_view b) {
 
 Package::Package(ByteInput& input, uint64_t maxExpanded)
     : input_(input),
-      left_(maxExpanded == 0 ? kMostExpanded : std::min(maxExpanded, kMostExpanded)) {
+      left_(maxExpanded == 0 ? kMostExpanded : std::min(maxExpanded, kMostExpanded)),
+      readLeft_(kAlwaysRead + kMostReread * input.size()) {
   Directory directory;
   open_ = findDirectory(directory) && readDirectory(directory);
   if (!open_) damaged_ = true;
@@ -79,6 +83,12 @@ const Package::Part* Package::find(std::string_view name) const {
 bool Package::spend(uint64_t bytes) {
   if (bytes > left_) spent_ = true;
   left_ -= std::min(bytes, left_);
+  return !spent_;
+}
+
+bool Package::countRead(uint64_t bytes) {
+  if (bytes > readLeft_) spent_ = true;
+  readLeft_ -= std::min(bytes, readLeft_);
   return !spent_;
 }
 
@@ -196,6 +206,7 @@ PartInput::~PartInput() {
 }
 
 bool PartInput::open() {
+  if (!package_.countRead(kOpeningCost)) return false;
   if (part_.encrypted) {
     package_.locked_ = true;
     return false;
@@ -258,7 +269,7 @@ bool PartInput::refill() {
   packedLeft_ -= got;
   stream_.next_in = reinterpret_cast<Bytef*>(block_.get());
   stream_.avail_in = static_cast<uInt>(got);
-  return got != 0;
+  return got != 0 && package_.countRead(got);
 }
 
 void PartInput::finish() {

@@ -30,7 +30,8 @@ class Package {
   };
 
   // Reads the directory. input: seekable, outlives the object. maxExpanded: bytes that may be
-  // unpacked in all, 0 for no limit but our own.
+  // unpacked in all, 0 for no limit but our own. What is read to unpack them is limited by the
+  // size of the input: parts may share bytes and be read several times, but not without end.
   Package(ByteInput& input, uint64_t maxExpanded);
 
   // Is it a ZIP archive with a directory that can be read?
@@ -59,6 +60,7 @@ class Package {
     uint64_t shift = 0;  // bytes in front of the archive
   };
 
+  bool countRead(uint64_t bytes);
   bool readAt(uint64_t at, char* to, size_t bytes);
   bool findDirectory(Directory& directory);
   bool readLargeDirectory(uint64_t endAt, Directory& directory);
@@ -67,7 +69,8 @@ class Package {
                uint64_t shift);
 
   ByteInput& input_;
-  uint64_t left_;  // bytes that may still be made
+  uint64_t left_;      // bytes that may still be made
+  uint64_t readLeft_;  // packed bytes that may still be read
   bool open_ = false;
   bool spent_ = false;
   bool damaged_ = false;

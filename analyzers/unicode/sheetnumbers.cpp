@@ -22,6 +22,7 @@ NumberFormat builtInFormat(unsigned id) {
   format.date = (id >= 14 && id <= 17) || id == 22 || (id >= 27 && id <= 31) || id == 36 ||
                 (id >= 50 && id <= 58);
   format.time = (id >= 18 && id <= 22) || (id >= 32 && id <= 35) || (id >= 45 && id <= 47);
+  format.elapsed = id == 46;
   format.percent = id == 9 || id == 10;
   if (id == 1 || id == 3 || id == 9 || id == 37 || id == 38) format.decimals = 0;
   if (id == 2 || id == 4 || id == 10 || id == 39 || id == 40) format.decimals = 2;
@@ -41,7 +42,7 @@ std::string showDate(double days, const NumberFormat& format, bool from1904) {
   constexpr int kMinutes = 24 * 60;
   const auto minutes = static_cast<int64_t>(std::floor(days * kMinutes + 0.5));
   int64_t day = minutes / kMinutes;
-  const int64_t minute = minutes % kMinutes;
+  const int64_t minute = format.elapsed && !format.date ? minutes : minutes % kMinutes;
   std::array<char, 64> text;
   int length = 0;
   if (format.date) {
@@ -62,6 +63,28 @@ std::string showDate(double days, const NumberFormat& format, bool from1904) {
   return {text.data(), static_cast<size_t>(length)};
 }
 
+// "[h]", "[mm]", ...: the first field of a duration.
+bool isElapsed(std::string_view bracketed) {
+  return !bracketed.empty() && bracketed.find_first_not_of(bracketed.front()) == bracketed.npos &&
+         std::string_view("hHmMsS").find(bracketed.front()) != std::string_view::npos;
+}
+
+// The last byte of what begins at i and is no part of the format: quoted, escaped, a colour, ...
+size_t endOfLiteral(std::string_view code, size_t i) {
+  switch (code[i]) {
+    case '"':
+      return std::min(code.find('"', i + 1), code.size());
+    case '[':
+      return std::min(code.find(']', i + 1), code.size());
+    case '\\':
+    case '_':
+    case '*':
+      return i + 1;
+    default:
+      return i;
+  }
+}
+
 }  // namespace
 
 NumberFormat parseNumberFormat(std::string_view code) {
@@ -71,18 +94,13 @@ NumberFormat parseNumberFormat(std::string_view code) {
   bool month = false;
   bool special = false;  // an exponent or a fraction, unless it is a date
   for (size_t i = 0; i < code.size() && code[i] != ';'; ++i) {
+    if (const size_t end = endOfLiteral(code, i); end != i) {
+      if (code[i] == '[' && isElapsed(code.substr(i + 1, end - i - 1)))
+        format.time = format.elapsed = true;
+      i = end;
+      continue;
+    }
     switch (code[i]) {
-      case '"':
-        i = std::min(code.find('"', i + 1), code.size());
-        break;
-      case '[':
-        i = std::min(code.find(']', i + 1), code.size());
-        break;
-      case '\\':
-      case '_':
-      case '*':
-        ++i;
-        break;
       case 'y':
       case 'Y':
       case 'd':

@@ -16,6 +16,7 @@ namespace veska::unicode {
 struct NumberFormat {
   bool date = false;
   bool time = false;
+  bool elapsed = false;  // a time of more than a day counts on in hours
   bool percent = false;
   int decimals = -1;  // as many as there are
 };

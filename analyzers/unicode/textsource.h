@@ -153,6 +153,8 @@ struct SourceRequest {
   uint64_t maxExpanded = 0;
   // Counts what archives within the document expanded to so far; null: to be counted from here on.
   uint64_t* expanded = nullptr;
+  // Bytes of the documents around this one that are held in memory.
+  size_t inMemory = 0;
   // Documents around this one; deliverDocument (analyzers/unicode/kinds.h) counts it.
   int depth = 0;
 };

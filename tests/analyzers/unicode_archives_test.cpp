@@ -8,9 +8,11 @@
 #include <zstd.h>
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "analyzers/archivereader.h"
 #include "tests/analyzers/analyzertest.h"
 #include "tests/analyzers/shown.h"
 #include "tests/support/archives.h"
@@ -259,6 +261,21 @@ TEST_F(UnicodeArchives, LimitsCutWhatExpands) {
   EXPECT_TRUE(
       indexNew("c.tar", tarFile("1.txt", big + big) + tarFile("2.txt", "never") + tarEnd()));
   EXPECT_EQ(seenIn("never"), "c.tar//2.txt");
+}
+
+// A directory of a few kB could have the same bytes unpacked for hours, to no text at all.
+TEST_F(UnicodeArchives, MembersThatShareTheirBytesAreReadSomeTimesOnly) {
+  std::vector<ZipMember> members = {{"100", "shared " + std::string(20'000, ' '), false}};
+  for (int i = 1; i < 100; ++i)
+    members.push_back({std::to_string(100 + i), members[0].data, false, 0, 0});
+  const std::string zip = zipArchive(members);
+  unicode::MemoryInput input(zip);
+  const std::unique_ptr<ArchiveReader> reader = openZip(input, "many.zip");
+  int opened = 0;
+  int refused = 0;
+  while (reader->next()) ++(reader->open() == ArchiveReader::Opened::kYes ? opened : refused);
+  EXPECT_GT(opened, 10);
+  EXPECT_GT(refused, 50);
 }
 
 TEST_F(UnicodeArchives, AreDocumentsWhereNoRecordIsMade) {

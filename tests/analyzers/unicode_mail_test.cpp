@@ -211,6 +211,14 @@ TEST(Mail, AttachmentsGoByTheirOwnKinds) {
   EXPECT_EQ(outcome, Outcome::kLimited);
   EXPECT_EQ(body(multipart("encrypted", part + "text/plain\n\nhidden\n"), &outcome), "");
   EXPECT_EQ(outcome, Outcome::kNeedsPassword);
+  // Blanks at the end of a boundary are none of it.
+  EXPECT_EQ(body("Content-Type: multipart/mixed; boundary=\"b \"\n\npreamble\n--b \n\none\n"),
+            "one\n");
+  const std::string sealed = "Content-Type: application/pkcs7-mime; name=smime.p7m; smime-type=";
+  EXPECT_EQ(body(sealed + "enveloped-data\n\nMIIB\n", &outcome), "");
+  EXPECT_EQ(outcome, Outcome::kNeedsPassword);
+  EXPECT_EQ(body(sealed + "certs-only\n\nMIIB\n", &outcome), "");
+  EXPECT_EQ(outcome, Outcome::kDone);
 }
 
 TEST(Mail, ArmourAndUuencodeAreNoText) {

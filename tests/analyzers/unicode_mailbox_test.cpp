@@ -44,6 +44,7 @@ TEST(MailboxReader, TellsSeparatorsFromText) {
   } cases[] = {
       {"", {}},
       {"\n\n", {}},
+      {std::string(300'000, '\n') + "A: 1\n", {"A: 1\n"}},
       {date + "A: 1\n\none\n\n" + date + "B: 2\n\ntwo", {"A: 1\n\none\n\n", "B: 2\n\ntwo"}},
       {"From a\r\nA: 1\r\n\r\none\r\n\r\nFrom b\r\nB: 2\r\n",
        {"A: 1\r\n\r\none\r\n\r\n", "B: 2\r\n"}},

@@ -97,6 +97,20 @@ TEST(UnicodePackage, TellsWhatIsWrongWithAPart) {
   EXPECT_EQ(outcomeOf("PK\3\4", 0), Outcome::kDamaged);
 }
 
+// Nothing comes of an empty part, so that no limit on what is unpacked ends this.
+TEST(UnicodePackage, IsSpentByReadingPartsOverAndOver) {
+  const std::string archive = zipArchive({{"empty", ""}});
+  MemoryInput input(archive);
+  Package package(input, 0);
+  size_t count = 0;
+  while (count < 1'000'000 && !package.isSpent()) {
+    partText(package, "empty");
+    ++count;
+  }
+  EXPECT_GT(count, 10'000U);
+  EXPECT_EQ(package.outcome(), Outcome::kLimited);
+}
+
 TEST(UnicodePackage, ReferencesLeadWithinThePackage) {
   const struct {
     const char* from;

@@ -47,6 +47,8 @@ TEST(UnicodeCharset, IsFoundOrDeclared) {
       {"caf\xE9", "", "caf\u00E9\n"},
       {"caf\xE9", "no-such-set", "caf\u00E9\n"},
       {"caf\xE9", "UTF-8//TRANSLIT", "caf\u00E9\n"},
+      {"caf\xE9", std::string(1, '\0'), "caf\u00E9\n"},
+      {"words", "unicode", "words\n"},
       {"\x93quoted\x94", "", "\u201Cquoted\u201D\n"},
       {"\xCC\xEE\xF1\xEA\xE2\xE0", "windows-1251", "\u041C\u043E\u0441\u043A\u0432\u0430\n"},
       {"\xB3\xF3"
