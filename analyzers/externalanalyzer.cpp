@@ -121,12 +121,13 @@ bool CExternalAnalyzer::createTemporaryFile(const std::string& source,
   if (!index->analyzerThatMatches(temporary.c_str())) return false;
   unlink(temporary.c_str());
   const std::string command = makeCommand(source, temporary);
-  const bool done = !command.empty() && runConverter(command, temporary);
-  if (!done || !isRegularFile(temporary))
+  const bool made =
+      !command.empty() && runConverter(command, temporary) && isRegularFile(temporary);
+  if (!made)
     report("ConverterFailed", source);
   else if (cutToLimit(temporary))
     report("LimitReached", source);
-  return done;
+  return made;
 }
 
 bool CExternalAnalyzer::runConverter(const std::string& command, const std::string& temporary) {
@@ -159,7 +160,12 @@ bool CExternalAnalyzer::indexFile(const char* path, unsigned long number) {
   const std::string temporary = makeTemporaryPath(path, number);
   if (conversion.isLoop() || !createTemporaryFile(path, temporary)) return false;
   CFileAnalyzer* analyzer = index->analyzerThatMatches(temporary.c_str());
-  if (!analyzer || !isRegularFile(temporary)) return false;
+  if (!analyzer) return false;
+  if (!isRegularFile(temporary)) {
+    index->readFailed = true;
+    report("ConverterFailed", path);
+    return false;
+  }
   std::optional<FileRemover> remover;
   if (!analyzer->canUseIndexBuffer()) remover.emplace(temporary);
   return analyzer->indexFile(temporary.c_str(), number);

@@ -207,11 +207,14 @@ void occupyStandardDescriptors() {
   }
 }
 
-// Libraries make objects of theirs before main(), where nothing could catch an exception.
+// Without memory the program ends at once, as if it had been killed, which leaves every index
+// whole: libraries make objects before main() and in destructors, where no exception may leave.
 [[gnu::constructor(101)]] void endInOrderWithoutMemory() {
   std::set_new_handler([] {
-    constexpr std::string_view kSentence = "veska: there is not enough memory\n";
-    if (::write(STDERR_FILENO, kSentence.data(), kSentence.size()) < 0) ::_exit(kExitError);
+    constexpr std::string_view kText =
+        "veska: there is not enough memory\n"
+        "       close other programs and run the command again\n";
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, kText.data(), kText.size());
     ::_exit(kExitError);
   });
 }
@@ -220,7 +223,6 @@ void occupyStandardDescriptors() {
 }  // namespace veska
 
 int main(int count, char** arguments) {
-  std::set_new_handler(nullptr);
   std::signal(SIGXFSZ, SIG_IGN);  // a limit on the size of files is an error like a full disk
   veska::occupyStandardDescriptors();
   // All that the program writes is its user's alone.

@@ -186,5 +186,6 @@ char* CTextAnalyzer::fillDisplayBuffer(const char* path, unsigned long, unsigned
   } else {
     deliverDocument(kind_, file, request, sink);
   }
+  if (file.failed()) throwVeskaError("CannotOpenContentsFile", path, EIO);
   return copyText(writer.finish());
 }
