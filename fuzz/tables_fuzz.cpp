@@ -35,7 +35,7 @@ class Tables {
     std::copy(std::begin(good_), std::end(good_), files);
     for (; size >= 6; data += 6, size -= 6) {
       std::string& file = files[data[0] % std::size(kNames)];
-      const size_t at = (data[1] << 8 | data[2]) % (file.size() + 1);
+      const size_t at = (size_t{data[1]} << 8 | data[2]) % (file.size() + 1);
       switch (data[0] >> 6) {
         case 0:
           if (at < file.size()) file[at] = static_cast<char>(data[3]);

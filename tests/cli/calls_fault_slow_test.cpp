@@ -281,7 +281,7 @@ TEST_F(FailingCalls, Rebuild) {
 
 // As on a disk that fills up while a table grows or is copied.
 TEST_F(FailingCalls, FilesThatMayNotGrow) {
-  for (const rlim_t bytes : {1, 1000, 40000, 66000, 132000, 170000}) {
+  for (const rlim_t bytes : {1U, 1000U, 40000U, 66000U, 132000U, 170000U}) {
     SCOPED_TRACE(bytes);
     copy("base", "home");
     Surroundings surroundings;
