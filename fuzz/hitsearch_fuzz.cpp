@@ -26,9 +26,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
   const int distance = data[0] % 8;
   const std::string input(reinterpret_cast<const char*>(data + 1), size - 1);
-  const std::string query = input.c_str();
-  if (query.size() == input.size()) return 0;
-  const std::string text = input.c_str() + query.size() + 1;
+  const size_t queryEnd = input.find('\0');
+  if (queryEnd == std::string::npos) return 0;
+  const std::string query = input.substr(0, queryEnd);
+  const std::string text =
+      input.substr(queryEnd + 1, input.find('\0', queryEnd + 1) - queryEnd - 1);
 
   HitSearch stepping(classes, text, query, distance);
   HitSearch settled(classes, text, query, distance);

@@ -73,6 +73,6 @@ class Tables {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static Tables tables;
-  tables.damage(data, std::min<size_t>(size, 6 * 64));
+  tables.damage(data, std::min<size_t>(size, size_t{6} * 64));
   return 0;
 }
