@@ -16,6 +16,7 @@
 #include "host/encoding.h"
 #include "host/errors.h"
 #include "host/files.h"
+#include "host/tomltext.h"
 
 namespace veska {
 namespace {
@@ -165,12 +166,19 @@ class Parser {
   const std::string& name_;
 };
 
+[[noreturn]] void failAtLine(const std::string& name, size_t line, std::string_view what) {
+  fail(name + ", line " + std::to_string(line) + ": " + std::string(what),
+       "correct the line, or move the file away to start from the defaults");
+}
+
 toml::table parseToml(std::string_view text, const std::string& name) {
+  if (const size_t at = findForeignCharacter(text); at != text.npos) {
+    const auto lines = std::count(text.begin(), text.begin() + static_cast<ptrdiff_t>(at), '\n');
+    failAtLine(name, static_cast<size_t>(lines) + 1, "a character that may only stand in quotes");
+  }
   toml::parse_result result = toml::parse(text, std::string_view(name));
   if (!result) {
-    fail(name + ", line " + std::to_string(result.error().source().begin.line) + ": " +
-             std::string(result.error().description()),
-         "correct the line, or move the file away to start from the defaults");
+    failAtLine(name, result.error().source().begin.line, result.error().description());
   }
   return std::move(result).table();
 }
@@ -318,12 +326,12 @@ std::string withRootsAdded(const std::string& text, const std::vector<std::strin
     const size_t end = offsetOf(text, list->back().source().end);
     edited = insertedAt(text, end, rootLines(missing, true));
   }
-  const toml::parse_result check = toml::parse(edited, std::string_view(name));
-  if (!check || Parser(check.table(), name).settings().roots != wanted) {
-    fail("the roots in " + name + " cannot be changed safely",
-         "add the folder to the list \"roots\" there yourself, then run: veska update");
+  if (findForeignCharacter(edited) == edited.npos) {
+    const toml::parse_result check = toml::parse(edited, std::string_view(name));
+    if (check && Parser(check.table(), name).settings().roots == wanted) return edited;
   }
-  return edited;
+  fail("the roots in " + name + " cannot be changed safely",
+       "add the folder to the list \"roots\" there yourself, then run: veska update");
 }
 
 std::string rootToText(const std::string& path) {

@@ -5,6 +5,8 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <new>
+#include <utility>
 
 #include "api/lowercase.h"
 #include "api/reporting.h"
@@ -103,7 +105,15 @@ void freeTexts(char** texts, int count) {
 template <typename T>
 T** emptySlots(int count) {
   if (count <= 0) return nullptr;
-  return static_cast<T**>(std::calloc(static_cast<size_t>(count) + 1, sizeof(T*)));
+  auto* slots = static_cast<T**>(std::calloc(static_cast<size_t>(count) + 1, sizeof(T*)));
+  if (!slots) throw std::bad_alloc();
+  return slots;
+}
+
+char* copyOf(const char* text) {
+  char* copy = strdup(text);
+  if (!copy) throw std::bad_alloc();
+  return copy;
 }
 
 }  // namespace
@@ -154,23 +164,23 @@ bool CVeskaIndex::dirMatch(const char* path, const char* pattern) const {
 }
 
 void CVeskaIndex::setIncludeCount(int count) {
-  freeTexts(includePatterns, includeCount_);
-  std::free(includeAnalyzers);
+  freeTexts(std::exchange(includePatterns, nullptr), std::exchange(includeCount_, 0));
+  std::free(std::exchange(includeAnalyzers, nullptr));
   includePatterns = emptySlots<char>(count);
   includeAnalyzers = emptySlots<CFileAnalyzer>(count);
-  includeCount_ = includePatterns && includeAnalyzers ? count : 0;
+  includeCount_ = includePatterns ? count : 0;
 }
 
 void CVeskaIndex::setExcludeCount(int count) {
-  freeTexts(excludePatterns, excludeCount_);
+  freeTexts(std::exchange(excludePatterns, nullptr), std::exchange(excludeCount_, 0));
   excludePatterns = emptySlots<char>(count);
   excludeCount_ = excludePatterns ? count : 0;
 }
 
 void CVeskaIndex::setIncludePattern(int slot, const char* pattern, const char* analyzerName) {
   if (slot < 0 || slot >= includeCount_) return;
-  std::free(includePatterns[slot]);
-  includePatterns[slot] = strdup(pattern);
+  std::free(std::exchange(includePatterns[slot], nullptr));
+  includePatterns[slot] = copyOf(pattern);
   const std::string name = analyzerName && *analyzerName ? analyzerName : "generic";
   CFileAnalyzer* analyzer = analyzerNamed(name);
   // The slot's pattern is in force with the analyzer that it had before.
@@ -180,8 +190,8 @@ void CVeskaIndex::setIncludePattern(int slot, const char* pattern, const char* a
 
 char* CVeskaIndex::setExcludePattern(int slot, const char* pattern) {
   if (slot < 0 || slot >= excludeCount_) return nullptr;
-  std::free(excludePatterns[slot]);
-  return excludePatterns[slot] = strdup(pattern);
+  std::free(std::exchange(excludePatterns[slot], nullptr));
+  return excludePatterns[slot] = copyOf(pattern);
 }
 
 bool CVeskaIndex::isExcluded(const char* name) const {
