@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <ctime>
 #include <iterator>
 #include <utility>
@@ -169,11 +170,14 @@ void Indexer::look() {
   result_.settingsDiffer = base_ && earlier_.settings != fingerprint();
   if (!base_) {
     for (const std::string& root : settings_.roots) {
-      if (isUnseen(root)) changes_.missingRoots.push_back(root);
-    }
-    if (options_.rebuild && !options_.dropMissing && !changes_.missingRoots.empty()) {
-      fail("cannot rebuild: " + changes_.missingRoots.front() + " is missing or empty",
-           "its entries would be lost; mount it, take it out of veska.toml, or use --drop-missing");
+      if (!isUnseen(root)) continue;
+      const std::string reason = errno != 0 ? std::string(": ") + std::strerror(errno) : "";
+      if (options_.rebuild && !options_.dropMissing) {
+        fail("cannot rebuild: " + root + " is missing or empty" + reason,
+             "its entries would be lost; mount it, take it out of veska.toml, or use "
+             "--drop-missing");
+      }
+      changes_.missingRoots.push_back(root);
     }
     return;
   }
