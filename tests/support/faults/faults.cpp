@@ -22,6 +22,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
+#include <string_view>
 
 // Defines `name` of the C library under a name of our own, which the header cannot disagree with.
 #define WRAP(result, name, parameters)              \
@@ -40,35 +42,19 @@ void* __libc_memalign(size_t alignment, size_t bytes);
 
 namespace {
 
-enum Kind : int {
-  kOpen,
-  kFopen,
-  kRead,
-  kFread,
-  kWrite,
-  kFwrite,
-  kFclose,
-  kFtruncate,
-  kFallocate,
-  kMmap,
-  kMremap,
-  kMunmap,
-  kOpendir,
-  kReaddir,
-  kStat,
-  kRename,
-  kFsync,
-  kMkdir,
-  kSymlink,
-  kReadlink,
-  kCopy,
-  kMalloc,
-  kKindCount
+constexpr const char* kKinds[] = {"open",    "fopen",     "read",      "fread",  "write",  "fwrite",
+                                  "fclose",  "ftruncate", "fallocate", "mmap",   "mremap", "munmap",
+                                  "opendir", "readdir",   "stat",      "rename", "fsync",  "mkdir",
+                                  "symlink", "readlink",  "copy",      "malloc"};
+constexpr int kKindCount = std::size(kKinds);
+
+// The place of a kind in kKinds, found when this is compiled.
+struct Kind {
+  consteval Kind(const char* name) {
+    while (std::string_view(name) != kKinds[number]) ++number;
+  }
+  int number = 0;
 };
-constexpr const char* kKinds[kKindCount] = {
-    "open",      "fopen", "read",    "fread",    "write",   "fwrite",  "fclose", "ftruncate",
-    "fallocate", "mmap",  "mremap",  "munmap",   "opendir", "readdir", "stat",   "rename",
-    "fsync",     "mkdir", "symlink", "readlink", "copy",    "malloc"};
 
 struct Plan {
   bool active = false;
@@ -100,9 +86,9 @@ void tellFailure(int kind, const char* what) {
 // Counts the call. Result: whether it is to fail; errno is then set.
 bool fails(Kind kind, const char* what = nullptr) {
   if (!plan.active) return false;
-  const long count = __atomic_add_fetch(&plan.counts[kind], 1, __ATOMIC_RELAXED);
-  if (kind != plan.kind || count != plan.number) return false;
-  tellFailure(kind, what);
+  const long count = __atomic_add_fetch(&plan.counts[kind.number], 1, __ATOMIC_RELAXED);
+  if (kind.number != plan.kind || count != plan.number) return false;
+  tellFailure(kind.number, what);
   errno = plan.error;
   return true;
 }
@@ -147,248 +133,127 @@ __attribute__((destructor)) void finish() {
 
 constexpr int kStreamErrorFlag = 0x20;  // what ferror() of the GNU C library looks at
 
-void markBroken(FILE* stream) { stream->_flags |= kStreamErrorFlag; }
+// As fails(); the stream then shows its error.
+bool failsOn(FILE* stream, Kind kind) {
+  if (!fails(kind)) return false;
+  stream->_flags |= kStreamErrorFlag;
+  return true;
+}
+
+// As fails(); errno stays as it was.
+bool failsQuietly(Kind kind) {
+  const int before = errno;
+  const bool failing = fails(kind);
+  errno = before;
+  return failing;
+}
 
 }  // namespace
 
-#define WRAP_OPEN(name)                                         \
-  WRAP(int, name, (const char* path, int flags, mode_t mode)) { \
-    REAL(name);                                                 \
-    return fails(kOpen, path) ? -1 : real(path, flags, mode);   \
+// A call that gives `failure` in place of what `call`, by the name of `real`, would give.
+#define WRAP_CALL(result, name, parameters, failing, failure, call) \
+  WRAP(result, name, parameters) {                                  \
+    REAL(name);                                                     \
+    return failing ? failure : call;                                \
   }
-#define WRAP_OPENAT(name)                                                   \
-  WRAP(int, name, (int folder, const char* path, int flags, mode_t mode)) { \
-    REAL(name);                                                             \
-    return fails(kOpen, path) ? -1 : real(folder, path, flags, mode);       \
-  }
-#define WRAP_FOPEN(name)                                     \
-  WRAP(FILE*, name, (const char* path, const char* mode)) {  \
-    REAL(name);                                              \
-    return fails(kFopen, path) ? nullptr : real(path, mode); \
-  }
-// A call with two paths, the second in force for the report.
-#define WRAP_PATHS(name, kind)                               \
-  WRAP(int, name, (const char* first, const char* second)) { \
-    REAL(name);                                              \
-    return fails(kind, second) ? -1 : real(first, second);   \
-  }
-#define WRAP_STAT(name)                                  \
-  WRAP(int, name, (const char* path, void* status)) {    \
-    REAL(name);                                          \
-    return fails(kStat, path) ? -1 : real(path, status); \
-  }
-#define WRAP_FSTAT(name)                           \
-  WRAP(int, name, (int file, void* status)) {      \
-    REAL(name);                                    \
-    return fails(kStat) ? -1 : real(file, status); \
-  }
-#define WRAP_FSTATAT(name)                                                   \
-  WRAP(int, name, (int folder, const char* path, void* status, int flags)) { \
-    REAL(name);                                                              \
-    return fails(kStat, path) ? -1 : real(folder, path, status, flags);      \
-  }
-#define WRAP_ON_FILE(name, kind)          \
-  WRAP(int, name, (int file)) {           \
-    REAL(name);                           \
-    return fails(kind) ? -1 : real(file); \
-  }
+// The same for a function and for its twin for large files.
+#define WRAP_CALL64(result, name, parameters, failing, failure, call) \
+  WRAP_CALL(result, name, parameters, failing, failure, call)         \
+  WRAP_CALL(result, name##64, parameters, failing, failure, call)
+// One that marks its stream as broken.
+#define WRAP_STREAM(result, name, parameters, kind, failure, call) \
+  WRAP_CALL(result, name, parameters, failsOn(stream, kind), failure, call)
 
 // --- Opening and closing
 
-WRAP_OPEN(open)
-WRAP_OPEN(open64)
-WRAP_OPENAT(openat)
-WRAP_OPENAT(openat64)
-WRAP_FOPEN(fopen)
-WRAP_FOPEN(fopen64)
-
-WRAP(FILE*, fdopen, (int file, const char* mode)) {
-  REAL(fdopen);
-  return fails(kFopen) ? nullptr : real(file, mode);
-}
+WRAP_CALL64(int, open, (const char* path, int flags, mode_t mode), fails("open", path), -1,
+            real(path, flags, mode))
+WRAP_CALL64(int, openat, (int folder, const char* path, int flags, mode_t mode),
+            fails("open", path), -1, real(folder, path, flags, mode))
+WRAP_CALL64(FILE*, fopen, (const char* path, const char* mode), fails("fopen", path), nullptr,
+            real(path, mode))
+WRAP_CALL(FILE*, fdopen, (int file, const char* mode), fails("fopen"), nullptr, real(file, mode))
+WRAP_CALL(DIR*, opendir, (const char* path), fails("opendir", path), nullptr, real(path))
+WRAP_CALL(DIR*, fdopendir, (int file), fails("opendir"), nullptr, real(file))
 
 // The stream is gone whatever the result.
 WRAP(int, fclose, (FILE * stream)) {
   REAL(fclose);
-  const bool failing = fails(kFclose);
+  const bool failing = fails("fclose");
   const int result = real(stream);
   if (failing) errno = plan.error;
   return failing ? EOF : result;
 }
 
-WRAP(DIR*, opendir, (const char* path)) {
-  REAL(opendir);
-  return fails(kOpendir, path) ? nullptr : real(path);
-}
-
-WRAP(DIR*, fdopendir, (int file)) {
-  REAL(fdopendir);
-  return fails(kOpendir) ? nullptr : real(file);
-}
-
 // --- Reading and writing
 
-#define WRAP_TRANSFER(name, kind, pointer)                       \
-  WRAP(ssize_t, name, (int file, pointer bytes, size_t count)) { \
-    REAL(name);                                                  \
-    return fails(kind) ? -1 : real(file, bytes, count);          \
-  }
-#define WRAP_TRANSFER_AT(name, kind, pointer)                                \
-  WRAP(ssize_t, name, (int file, pointer bytes, size_t count, off64_t at)) { \
-    REAL(name);                                                              \
-    return fails(kind) ? -1 : real(file, bytes, count, at);                  \
-  }
-
-WRAP_TRANSFER(read, kRead, void*)
-WRAP_TRANSFER_AT(pread, kRead, void*)
-WRAP_TRANSFER_AT(pread64, kRead, void*)
-WRAP_TRANSFER(write, kWrite, const void*)
-WRAP_TRANSFER_AT(pwrite, kWrite, const void*)
-WRAP_TRANSFER_AT(pwrite64, kWrite, const void*)
-
-WRAP(ssize_t, __read_chk, (int file, void* bytes, size_t count, size_t size)) {
-  REAL(__read_chk);
-  return fails(kRead) ? -1 : real(file, bytes, count, size);
-}
-
-WRAP(ssize_t, __pread64_chk, (int file, void* bytes, size_t count, off64_t at, size_t size)) {
-  REAL(__pread64_chk);
-  return fails(kRead) ? -1 : real(file, bytes, count, at, size);
-}
-
-WRAP(size_t, fread, (void* to, size_t size, size_t count, FILE* stream)) {
-  REAL(fread);
-  if (!fails(kFread)) return real(to, size, count, stream);
-  markBroken(stream);
-  return 0;
-}
-
-WRAP(size_t, __fread_chk, (void* to, size_t room, size_t size, size_t count, FILE* stream)) {
-  REAL(__fread_chk);
-  if (!fails(kFread)) return real(to, room, size, count, stream);
-  markBroken(stream);
-  return 0;
-}
-
-WRAP(int, fgetc, (FILE * stream)) {
-  REAL(fgetc);
-  if (!fails(kFread)) return real(stream);
-  markBroken(stream);
-  return EOF;
-}
-
-WRAP(size_t, fwrite, (const void* from, size_t size, size_t count, FILE* stream)) {
-  REAL(fwrite);
-  if (!fails(kFwrite)) return real(from, size, count, stream);
-  markBroken(stream);
-  return 0;
-}
-
-WRAP(int, fflush, (FILE * stream)) {
-  REAL(fflush);
-  if (!fails(kFwrite)) return real(stream);
-  markBroken(stream);
-  return EOF;
-}
-
-WRAP(ssize_t, copy_file_range,
-     (int from, off64_t* fromAt, int to, off64_t* toAt, size_t count, unsigned flags)) {
-  REAL(copy_file_range);
-  return fails(kCopy) ? -1 : real(from, fromAt, to, toAt, count, flags);
-}
-
-WRAP(struct dirent*, readdir, (DIR * stream)) {
-  REAL(readdir);
-  return fails(kReaddir) ? nullptr : real(stream);
-}
-
-WRAP(struct dirent*, readdir64, (DIR * stream)) {
-  REAL(readdir64);
-  return fails(kReaddir) ? nullptr : real(stream);
-}
+WRAP_CALL(ssize_t, read, (int file, void* bytes, size_t count), fails("read"), -1,
+          real(file, bytes, count))
+WRAP_CALL64(ssize_t, pread, (int file, void* bytes, size_t count, off64_t at), fails("read"), -1,
+            real(file, bytes, count, at))
+WRAP_CALL(ssize_t, write, (int file, const void* bytes, size_t count), fails("write"), -1,
+          real(file, bytes, count))
+WRAP_CALL64(ssize_t, pwrite, (int file, const void* bytes, size_t count, off64_t at),
+            fails("write"), -1, real(file, bytes, count, at))
+WRAP_CALL(ssize_t, __read_chk, (int file, void* bytes, size_t count, size_t size), fails("read"),
+          -1, real(file, bytes, count, size))
+WRAP_CALL(ssize_t, __pread64_chk, (int file, void* bytes, size_t count, off64_t at, size_t size),
+          fails("read"), -1, real(file, bytes, count, at, size))
+WRAP_STREAM(size_t, fread, (void* to, size_t size, size_t count, FILE* stream), "fread", 0,
+            real(to, size, count, stream))
+WRAP_STREAM(size_t, __fread_chk, (void* to, size_t room, size_t size, size_t count, FILE* stream),
+            "fread", 0, real(to, room, size, count, stream))
+WRAP_STREAM(int, fgetc, (FILE * stream), "fread", EOF, real(stream))
+WRAP_STREAM(size_t, fwrite, (const void* from, size_t size, size_t count, FILE* stream), "fwrite",
+            0, real(from, size, count, stream))
+WRAP_STREAM(int, fflush, (FILE * stream), "fwrite", EOF, real(stream))
+WRAP_CALL(ssize_t, copy_file_range,
+          (int from, off64_t* fromAt, int to, off64_t* toAt, size_t count, unsigned flags),
+          fails("copy"), -1, real(from, fromAt, to, toAt, count, flags))
+WRAP_CALL64(struct dirent*, readdir, (DIR * stream), fails("readdir"), nullptr, real(stream))
 
 // --- Sizes and mappings
 
-#define WRAP_TRUNCATE(name)                             \
-  WRAP(int, name, (int file, off64_t length)) {         \
-    REAL(name);                                         \
-    return fails(kFtruncate) ? -1 : real(file, length); \
-  }
+WRAP_CALL64(int, ftruncate, (int file, off64_t length), fails("ftruncate"), -1, real(file, length))
+WRAP_CALL64(void*, mmap,
+            (void* at, size_t length, int protection, int flags, int file, off64_t from),
+            fails("mmap"), MAP_FAILED, real(at, length, protection, flags, file, from))
+WRAP_CALL(void*, mremap, (void* at, size_t before, size_t now, int flags, void* to),
+          fails("mremap"), MAP_FAILED, real(at, before, now, flags, to))
+WRAP_CALL(int, munmap, (void* at, size_t length), fails("munmap"), -1, real(at, length))
 // These give the number of the error, and leave errno alone.
-#define WRAP_RESERVE(name)                                    \
-  WRAP(int, name, (int file, off64_t from, off64_t length)) { \
-    REAL(name);                                               \
-    const int before = errno;                                 \
-    if (!fails(kFallocate)) return real(file, from, length);  \
-    errno = before;                                           \
-    return plan.error;                                        \
-  }
-#define WRAP_MAP(name)                                                                  \
-  WRAP(void*, name,                                                                     \
-       (void* at, size_t length, int protection, int flags, int file, off64_t from)) {  \
-    REAL(name);                                                                         \
-    return fails(kMmap) ? MAP_FAILED : real(at, length, protection, flags, file, from); \
-  }
-
-WRAP_TRUNCATE(ftruncate)
-WRAP_TRUNCATE(ftruncate64)
-WRAP_RESERVE(posix_fallocate)
-WRAP_RESERVE(posix_fallocate64)
-WRAP_MAP(mmap)
-WRAP_MAP(mmap64)
-
-WRAP(void*, mremap, (void* at, size_t before, size_t now, int flags, void* to)) {
-  REAL(mremap);
-  return fails(kMremap) ? MAP_FAILED : real(at, before, now, flags, to);
-}
-
-WRAP(int, munmap, (void* at, size_t length)) {
-  REAL(munmap);
-  return fails(kMunmap) ? -1 : real(at, length);
-}
+WRAP_CALL64(int, posix_fallocate, (int file, off64_t from, off64_t length),
+            failsQuietly("fallocate"), plan.error, real(file, from, length))
 
 // --- Status, names, folders
 
-WRAP_STAT(stat)
-WRAP_STAT(stat64)
-WRAP_STAT(lstat)
-WRAP_STAT(lstat64)
-WRAP_FSTAT(fstat)
-WRAP_FSTAT(fstat64)
-WRAP_FSTATAT(fstatat)
-WRAP_FSTATAT(fstatat64)
-WRAP_PATHS(rename, kRename)
-WRAP_PATHS(symlink, kSymlink)
-WRAP_ON_FILE(fsync, kFsync)
-WRAP_ON_FILE(fdatasync, kFsync)
-
-WRAP(int, mkdir, (const char* path, mode_t mode)) {
-  REAL(mkdir);
-  return fails(kMkdir, path) ? -1 : real(path, mode);
-}
-
-WRAP(ssize_t, readlink, (const char* path, char* target, size_t size)) {
-  REAL(readlink);
-  return fails(kReadlink, path) ? -1 : real(path, target, size);
-}
-
-WRAP(char*, realpath, (const char* path, char* resolved)) {
-  REAL(realpath);
-  return fails(kReadlink, path) ? nullptr : real(path, resolved);
-}
+WRAP_CALL64(int, stat, (const char* path, void* status), fails("stat", path), -1,
+            real(path, status))
+WRAP_CALL64(int, lstat, (const char* path, void* status), fails("stat", path), -1,
+            real(path, status))
+WRAP_CALL64(int, fstat, (int file, void* status), fails("stat"), -1, real(file, status))
+WRAP_CALL64(int, fstatat, (int folder, const char* path, void* status, int flags),
+            fails("stat", path), -1, real(folder, path, status, flags))
+WRAP_CALL(int, rename, (const char* from, const char* to), fails("rename", to), -1, real(from, to))
+WRAP_CALL(int, symlink, (const char* target, const char* link), fails("symlink", link), -1,
+          real(target, link))
+WRAP_CALL(int, fsync, (int file), fails("fsync"), -1, real(file))
+WRAP_CALL(int, fdatasync, (int file), fails("fsync"), -1, real(file))
+WRAP_CALL(int, mkdir, (const char* path, mode_t mode), fails("mkdir", path), -1, real(path, mode))
+WRAP_CALL(ssize_t, readlink, (const char* path, char* target, size_t size), fails("readlink", path),
+          -1, real(path, target, size))
+WRAP_CALL(char*, realpath, (const char* path, char* resolved), fails("readlink", path), nullptr,
+          real(path, resolved))
 
 // --- Memory
 
-WRAP(void*, malloc, (size_t bytes)) { return fails(kMalloc) ? nullptr : __libc_malloc(bytes); }
-
+WRAP(void*, malloc, (size_t bytes)) { return fails("malloc") ? nullptr : __libc_malloc(bytes); }
 WRAP(void*, calloc, (size_t count, size_t bytes)) {
-  return fails(kMalloc) ? nullptr : __libc_calloc(count, bytes);
+  return fails("malloc") ? nullptr : __libc_calloc(count, bytes);
 }
-
 WRAP(void*, realloc, (void* block, size_t bytes)) {
-  return fails(kMalloc) ? nullptr : __libc_realloc(block, bytes);
+  return fails("malloc") ? nullptr : __libc_realloc(block, bytes);
 }
-
 WRAP(void*, aligned_alloc, (size_t alignment, size_t bytes)) {
-  return fails(kMalloc) ? nullptr : __libc_memalign(alignment, bytes);
+  return fails("malloc") ? nullptr : __libc_memalign(alignment, bytes);
 }
