@@ -15,10 +15,7 @@ class Gzip : public AnalyzerTest {};
 
 TEST_F(Gzip, TheMemberIsCalledWhatTheFileIsLessItsExtension) {
   include({{"*", "gzip"}});
-  const struct {
-    const char* file;
-    const char* member;  // empty: none
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"notes.txt.gz", "notes.txt"},
       {"src.tgz", "src.tar"},
       {"archive.TGZ", "archive"},
@@ -28,10 +25,10 @@ TEST_F(Gzip, TheMemberIsCalledWhatTheFileIsLessItsExtension) {
       {".tgz", ""},
   };
   exclude("*");
-  for (const auto& one : cases) {
-    EXPECT_EQ(indexNew(one.file, gzipped("")), *one.member != 0) << one.file;
-    if (*one.member) {
-      EXPECT_NE(record(std::string(one.file) + "//" + one.member), 0U) << one.file;
+  for (const auto& [file, member] : cases) {
+    EXPECT_EQ(indexNew(file, gzipped("")), *member != 0) << file;
+    if (*member) {
+      EXPECT_NE(record(std::string(file) + "//" + member), 0U) << file;
     }
   }
 }

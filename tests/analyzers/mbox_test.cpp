@@ -219,10 +219,7 @@ TEST_F(Mbox, ANewMessageEndsAnAttachmentThatNoEmptyLineEnds) {
 }
 
 TEST_F(Mbox, Base64PassesOverWhatStandsForNoValue) {
-  const struct {
-    const char* text;
-    const char* bytes;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"YWJj", "abc"},
       {"YW\nJ j", "abc"},
       {"YQ==", "a"},
@@ -233,13 +230,13 @@ TEST_F(Mbox, Base64PassesOverWhatStandsForNoValue) {
       {"YWJj\r\n\r\nYWJj", "abc"},
       {"YWJj\xFF\x80\x01YWJj", "abcabc"},
   };
-  for (const auto& one : cases) {
+  for (const auto& [text, wanted] : cases) {
     for (const size_t piece : {1UL, 2UL, 100UL}) {
-      Base64Reader reader(one.text);
+      Base64Reader reader(text);
       std::string bytes;
       char buffer[100];
       while (const size_t got = reader.read(buffer, piece)) bytes.append(buffer, got);
-      EXPECT_EQ(bytes, one.bytes) << one.text;
+      EXPECT_EQ(bytes, wanted) << text;
     }
   }
 }

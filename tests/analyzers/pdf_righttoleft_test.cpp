@@ -17,10 +17,7 @@ std::u32string page(const std::string& text) {
 }
 
 TEST(PdfRightToLeft, LinesAreReadInTheirDirection) {
-  const struct {
-    const char* seen;
-    const char* read;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"plain text, 12.5\n", "plain text, 12.5\n"},
       {"DLROW OLLEH\n", "HELLO WORLD\n"},
       {"TSRIF\nsecond\nDRIHT\n", "FIRST\nsecond\nTHIRD\n"},
@@ -30,10 +27,10 @@ TEST(PdfRightToLeft, LinesAreReadInTheirDirection) {
       {"pages OT 12 MORF in the end", "pages FROM 12 TO in the end"},
       {"it ends with DROW", "it ends with WORD"},
   };
-  for (const auto& c : cases) {
-    std::u32string text = page(c.seen);
+  for (const auto& [seen, read] : cases) {
+    std::u32string text = page(seen);
     pdf::toReadingDirection(text);
-    EXPECT_EQ(text, page(c.read)) << c.seen;
+    EXPECT_EQ(text, page(read)) << seen;
   }
 }
 

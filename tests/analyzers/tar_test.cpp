@@ -40,20 +40,17 @@ TEST_F(Tar, AFullNameFieldHasNoTerminator) {
 
 TEST_F(Tar, NumbersAreReadLeniently) {
   using namespace std::string_literals;
-  const struct {
-    std::string field;
-    uint32_t size;
-  } cases[] = {
+  const std::pair<std::string, uint32_t> cases[] = {
       {"00000000005", 5}, {"         5 ", 5},  {"5\0 garbage"s, 5},
       {"xx5yy7", 5},      {"none at all", 0},  {"\x80\0\0\0\0\0\0\0\0\0\0\x05"s, 5},
       {"\xC3\xA4 5", 5},  {"\xBF\xFF\xFF", 0},
   };
-  for (const auto& one : cases) {
-    const bool empty = one.size == 0;
-    EXPECT_TRUE(indexNew("a.tar", tarMember("n.txt", empty ? "" : "word ", '0', one.field) +
+  for (const auto& [field, size] : cases) {
+    const bool empty = size == 0;
+    EXPECT_TRUE(indexNew("a.tar", tarMember("n.txt", empty ? "" : "word ", '0', field) +
                                       tarMember("next.txt", "next ") + tarEnd()));
-    EXPECT_EQ(info("a.tar//n.txt").size, one.size) << one.field;
-    EXPECT_NE(record("a.tar//next.txt"), 0U) << one.field;
+    EXPECT_EQ(info("a.tar//n.txt").size, size) << field;
+    EXPECT_NE(record("a.tar//next.txt"), 0U) << field;
     index().files->markObsolete(record("a.tar//next.txt"));
   }
 }

@@ -24,10 +24,7 @@ std::string odf(const std::string& kind, const std::string& body,
 }
 
 TEST(UnicodeOdf, KeepsWordsWholeAndParagraphsApart) {
-  const struct {
-    const char* body;
-    const char* text;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"<text:h>Head</text:h><text:p>wo<text:span>rd</text:span>\n s<text:s text:c='9'/>t"
        "<text:tab/>u<text:line-break/>v</text:p>",
        "Head\n\nword s t u\nv\n"},
@@ -48,12 +45,11 @@ TEST(UnicodeOdf, KeepsWordsWholeAndParagraphsApart) {
        "</text:ruby-text></text:ruby>end</text:p>",
        "baseend\n\ntop\n"},
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(readDocument(odf("text", c.body), "a.odt").text, c.text) << c.body;
-    EXPECT_EQ(readDocument(odf("text", c.body), "a").text, c.text) << c.body;
-    EXPECT_EQ(
-        readDocument("<?xml version='1.0'?><office:document>" + std::string(c.body), "a").text,
-        c.text);
+  for (const auto& [body, text] : cases) {
+    EXPECT_EQ(readDocument(odf("text", body), "a.odt").text, text) << body;
+    EXPECT_EQ(readDocument(odf("text", body), "a").text, text) << body;
+    EXPECT_EQ(readDocument("<?xml version='1.0'?><office:document>" + std::string(body), "a").text,
+              text);
   }
 }
 

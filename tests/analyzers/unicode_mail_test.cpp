@@ -28,10 +28,7 @@ std::string multipart(const std::string& subtype, const std::string& parts) {
 }
 
 TEST(MailHeader, DecodesEncodedWords) {
-  const struct {
-    std::string_view field;
-    std::string_view text;
-  } cases[] = {
+  const std::pair<std::string_view, std::string_view> cases[] = {
       {"plain  text\r\n\tfolded", "plain text folded"},
       {"=?ISO-8859-1?Q?a?= =?ISO-8859-1?Q?b?=", "ab"},
       {"=?ISO-8859-1?Q?a?= b", "a b"},
@@ -49,7 +46,7 @@ TEST(MailHeader, DecodesEncodedWords) {
       {"=?=?=??Q?", "=?=?=??Q?"},
       {"", ""},
   };
-  for (const auto& c : cases) EXPECT_EQ(decodeHeaderText(c.field), c.text) << c.field;
+  for (const auto& [field, text] : cases) EXPECT_EQ(decodeHeaderText(field), text) << field;
 }
 
 TEST(MailHeader, KeepsNamesApartThatAreEncodedOneByOne) {
@@ -60,10 +57,7 @@ TEST(MailHeader, KeepsNamesApartThatAreEncodedOneByOne) {
 }
 
 TEST(MailHeader, JoinsAndDecodesParameters) {
-  const struct {
-    std::string_view field;
-    std::string_view name;
-  } cases[] = {
+  const std::pair<std::string_view, std::string_view> cases[] = {
       {"attachment; filename=plain.txt", "plain.txt"},
       {"attachment; FileName = \"a;b \\\"c\\\".txt\" ; x=y", "a;b \"c\".txt"},
       {"attachment; filename*=iso-8859-1'fr'caf%E9.txt", "caf\u00E9.txt"},
@@ -75,10 +69,10 @@ TEST(MailHeader, JoinsAndDecodesParameters) {
       {"attachment; filename", ""},
       {";;;=;", ""},
   };
-  for (const auto& c : cases) {
+  for (const auto& [field, name] : cases) {
     MailHeader header;
-    header.disposition = c.field;
-    EXPECT_EQ(header.fileName(), c.name) << c.field;
+    header.disposition = field;
+    EXPECT_EQ(header.fileName(), name) << field;
   }
 }
 

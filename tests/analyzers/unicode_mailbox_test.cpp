@@ -38,10 +38,7 @@ std::vector<std::string> messagesOf(const std::string& mailbox, size_t piece = 1
 
 TEST(MailboxReader, TellsSeparatorsFromText) {
   const std::string date = "From a@b Mon Nov 15 09:18:45 2026\n";
-  const struct {
-    std::string mailbox;
-    std::vector<std::string> messages;
-  } cases[] = {
+  const std::pair<std::string, std::vector<std::string>> cases[] = {
       {"", {}},
       {"\n\n", {}},
       {std::string(300'000, '\n') + "A: 1\n", {"A: 1\n"}},
@@ -57,7 +54,7 @@ TEST(MailboxReader, TellsSeparatorsFromText) {
       {"A: 1\n\none\n", {"A: 1\n\none\n"}},
       {date + date + "A: 1\n", {date, "A: 1\n"}},
   };
-  for (const auto& c : cases) EXPECT_EQ(messagesOf(c.mailbox), c.messages) << c.mailbox;
+  for (const auto& [mailbox, messages] : cases) EXPECT_EQ(messagesOf(mailbox), messages) << mailbox;
 }
 
 TEST(MailboxReader, FindsSeparatorsWhereverBlocksEnd) {
@@ -80,18 +77,15 @@ TEST(MailboxReader, FindsSeparatorsWhereverBlocksEnd) {
 }
 
 TEST(MessageName, HoldsSenderDateAndNumber) {
-  const struct {
-    std::string head;
-    std::string name;
-  } cases[] = {
+  const std::pair<std::string, std::string> cases[] = {
       {"From: Ann <a@b>\nDate: 15 Nov 2026 09:18:45 +0100\n", "a@b 2026-11-15 09:18:45-7.eml"},
       {"From: =?utf-8?Q?J=C3=B6rg?=\n", "J\u00F6rg 2025-01-02 03:04:05-7.eml"},
       {"Subject: x\n", "env@x 2025-01-02 03:04:05-7.eml"},
       {"From: a/b\\c\x01\n", "a_b_c_ 2025-01-02 03:04:05-7.eml"},
   };
   int64_t time = 0;
-  for (const auto& c : cases)
-    EXPECT_EQ(messageName(c.head, "env@x Thu Jan  2 03:04:05 2025\n", 7, &time), c.name);
+  for (const auto& [head, name] : cases)
+    EXPECT_EQ(messageName(head, "env@x Thu Jan  2 03:04:05 2025\n", 7, &time), name);
   EXPECT_EQ(messageName("", "", 12, &time), "unknown-12.eml");
   EXPECT_EQ(time, 0);
   const std::string cut = messageName("From: " + std::string(400, '\xC3') + "\n", "", 1, &time);

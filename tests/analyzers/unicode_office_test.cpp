@@ -46,10 +46,7 @@ std::string run(const std::string& text) { return "<w:r><w:t>" + text + "</w:t><
 
 TEST(UnicodeWord, KeepsWordsWholeAndParagraphsApart) {
   const std::string cell = "<w:tc><w:p>" + run("c1") + "</w:p><w:p>" + run("c2") + "</w:p></w:tc>";
-  const struct {
-    std::string body;
-    std::string text;
-  } cases[] = {
+  const std::pair<std::string, std::string> cases[] = {
       {"<w:p>" + run("caf") + "<w:proofErr/>" + run("\u00E9 &amp; co") + "</w:p><w:p/><w:p>" +
            run("b") + "</w:p>",
        "caf\u00E9 & co\n\nb\n"},
@@ -77,9 +74,9 @@ TEST(UnicodeWord, KeepsWordsWholeAndParagraphsApart) {
       {"<w:p><w:r><w:t>a</w:t><w:sym w:char='F0A7'/><w:sym w:char='03B1'/></w:r></w:p>",
        "a \u03B1\n"},
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(readDocument(word(c.body), "a.docx").text, c.text) << c.body;
-    EXPECT_EQ(readDocument(word(c.body), "attachment").text, c.text) << c.body;
+  for (const auto& [body, text] : cases) {
+    EXPECT_EQ(readDocument(word(body), "a.docx").text, text) << body;
+    EXPECT_EQ(readDocument(word(body), "attachment").text, text) << body;
   }
 }
 

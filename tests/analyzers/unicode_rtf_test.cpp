@@ -19,10 +19,7 @@ TEST(UnicodeRtf, BytesAreReadInTheCodePageOfTheirFont) {
   const std::string fonts =
       "\\ansi\\ansicpg1253\\deff0{\\fonttbl{\\f0 A;}{\\f1\\fcharset204{\\*\\falt X}B;}"
       "{\\f2\\fcharset128 C;}{\\f3\\fcharset1\\cpg1250 D;}{\\f4\\fcharset2 E;}}";
-  const struct {
-    std::string body;
-    std::string text;
-  } cases[] = {
+  const std::pair<std::string, std::string> cases[] = {
       {"\\'e1\\'e2", "\u03B1\u03B2\n"},
       {"{\\f1\\'cc\\'ee}\\'e1", "\u041C\u043E\u03B1\n"},
       {"\\f1\\'cc\\plain\\'e1", "\u041C\u03B1\n"},
@@ -31,16 +28,13 @@ TEST(UnicodeRtf, BytesAreReadInTheCodePageOfTheirFont) {
       {"a{\\f4 lll\\u61623?}b", "ab\n"},
       {"\xE1", "\u03B1\n"},
   };
-  for (const auto& c : cases) EXPECT_EQ(shown(c.body, fonts), c.text) << c.body;
+  for (const auto& [body, text] : cases) EXPECT_EQ(shown(body, fonts), text) << body;
   EXPECT_EQ(shown("\\'8e", "\\mac"), "\u00E9\n");
   EXPECT_EQ(shown("\\'82", "\\pc"), "\u00E9\n");
 }
 
 TEST(UnicodeRtf, UnicodeStandsForItsFallback) {
-  const struct {
-    const char* body;
-    const char* text;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"\\u1052?\\u1086\\'3fx", "\u041C\u043Ex\n"},
       {"\\uc2\\u26085\\'93\\'fax", "\u65E5x\n"},
       {"\\uc0\\u233 x{\\uc1\\u233 ?}\\u233 y", "\u00E9x\u00E9\u00E9y\n"},
@@ -50,14 +44,11 @@ TEST(UnicodeRtf, UnicodeStandsForItsFallback) {
       {"a\\u-10179?b\\u0?\\u65535?\\u99999999?c", "abc\n"},
       {"{\\upr{ansi}{\\*\\ud{\\u1052?}}}x", "\u041Cx\n"},
   };
-  for (const auto& c : cases) EXPECT_EQ(shown(c.body), c.text) << c.body;
+  for (const auto& [body, text] : cases) EXPECT_EQ(shown(body), text) << body;
 }
 
 TEST(UnicodeRtf, KeepsWordsWholeAndParagraphsApart) {
-  const struct {
-    const char* body;
-    const char* text;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"Hel\\b lo\\b0  wor{\\i ld}\r\n s", "Hello world s\n"},
       {"a\\par b\\line c\\tab d\\\r\ne", "a\n\nb\nc d\n\ne\n"},
       {"a\\cell b\\cell\\row c\\cell\\row d", "a b\nc\nd\n"},
@@ -72,7 +63,7 @@ TEST(UnicodeRtf, KeepsWordsWholeAndParagraphsApart) {
       {"{\\stylesheet{\\s1 Title;}}{\\*\\unknown{\\title x}}{\\colortbl;}y", "y\n"},
       {"{\\info{\\title T}{\\author A}{\\operator O}}{\\title x}", "T\n\nA\n\nx\n"},
   };
-  for (const auto& c : cases) EXPECT_EQ(shown(c.body), c.text) << c.body;
+  for (const auto& [body, text] : cases) EXPECT_EQ(shown(body), text) << body;
 }
 
 TEST(UnicodeRtf, TellsDamageAndStillReads) {

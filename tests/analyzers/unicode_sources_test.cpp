@@ -91,10 +91,7 @@ TEST(UnicodeCharset, DecodesTheSameInWhateverPieces) {
 }
 
 TEST(UnicodeCharset, TellsInvalidUtf8) {
-  const struct {
-    std::string_view bytes;
-    size_t valid;
-  } cases[] = {
+  const std::pair<std::string_view, size_t> cases[] = {
       {"\xC0\x80", 0},
       {"a\xE0\x80\x80", 1},
       {"\xED\xA0\x80", 0},
@@ -105,7 +102,7 @@ TEST(UnicodeCharset, TellsInvalidUtf8) {
       {"\xEF\xBF\xBD", 3},
       {"0123456789abcdef0123456789abcde\xFF", 31},
   };
-  for (const auto& c : cases) EXPECT_EQ(validUtf8Prefix(c.bytes), c.valid) << c.bytes;
+  for (const auto& [bytes, valid] : cases) EXPECT_EQ(validUtf8Prefix(bytes), valid) << bytes;
 }
 
 TEST(UnicodeKinds, BinaryDataIsNoText) {
@@ -128,10 +125,7 @@ TEST(UnicodeKinds, ContentTellsWhatTheNameDoesNot) {
 }
 
 TEST(UnicodeHtml, ShowsWhatAReaderSees) {
-  const struct {
-    const char* html;
-    const char* text;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"<title>T &amp; U</title><meta name=Description content='About &eacute;'><p>x",
        "T & U\n\nAbout \u00E9\n\nx\n"},
       {"in<b>li</b>ne<i> em</i>", "inline em\n"},
@@ -157,9 +151,9 @@ TEST(UnicodeHtml, ShowsWhatAReaderSees) {
       {"tail &am", "tail &am\n"},
       {"<svg><title>s</title></svg>x", "s\n\nx\n"},
   };
-  for (const auto& c : cases) {
-    const std::string page = std::string("<html>") + c.html;
-    EXPECT_EQ(shown(page, "a.html"), c.text) << c.html;
+  for (const auto& [html, text] : cases) {
+    const std::string page = std::string("<html>") + html;
+    EXPECT_EQ(shown(page, "a.html"), text) << html;
   }
 }
 

@@ -220,10 +220,7 @@ TEST_F(UnicodeTokenizer, WalkTellsTheSameWordsWithTheirPlaces) {
 }
 
 TEST_F(UnicodeTokenizer, CutsWhatPeopleWrite) {
-  const struct {
-    const char* text;
-    Words words;
-  } cases[] = {
+  const std::pair<const char*, Words> cases[] = {
       {"Caf\u00E9 CAFE\u0301", {"caf\u00E9", "caf\u00E9"}},
       {"Stra\u00DFe STRASSE", {"strasse", "strasse"}},
       {"\u041C\u041E\u0421\u041A\u0412\u0410", {"\u043C\u043E\u0441\u043A\u0432\u0430"}},
@@ -237,7 +234,7 @@ TEST_F(UnicodeTokenizer, CutsWhatPeopleWrite) {
       {"\uD55C\uAD6D\uC5B4", {"\uD55C\uAD6D\uC5B4"}},
       {"\u0301a", {"a"}},
   };
-  for (const auto& c : cases) EXPECT_EQ(cut(c.text), c.words) << c.text;
+  for (const auto& [text, words] : cases) EXPECT_EQ(cut(text), words) << text;
 }
 
 TEST_F(UnicodeTokenizer, CountsCharactersAndLetsPairsPass) {
@@ -261,10 +258,7 @@ TEST_F(UnicodeTokenizer, BoundsWordsAndRunsOfAnyLength) {
 }
 
 TEST(UnicodeMarks, AreTakenOffWhereTheyAreAccents) {
-  const struct {
-    const char* word;
-    const char* base;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"caf\u00E9", "cafe"},
       {"\u0142\u00F3d\u017A", "lodz"},
       {"sm\u00F8rrebr\u00F8d", "smorrebrod"},
@@ -276,7 +270,7 @@ TEST(UnicodeMarks, AreTakenOffWhereTheyAreAccents) {
       {"\uD55C", "\uD55C"},
       {"plain", "plain"},
   };
-  for (const auto& c : cases) EXPECT_EQ(strippedText(c.word), c.base);
+  for (const auto& [word, base] : cases) EXPECT_EQ(strippedText(word), base);
 }
 
 }  // namespace

@@ -34,10 +34,7 @@ TEST_F(Main, EveryCommandOfTheHelpHasHelp) {
 TEST_F(Main, TellsItsVersion) { EXPECT_EQ(out({"--version"}), "veska " VESKA_VERSION "\n"); }
 
 TEST_F(Main, NamesWhatWasProbablyMeant) {
-  const struct {
-    std::vector<std::string> words;
-    std::string said;
-  } cases[] = {
+  const std::pair<std::vector<std::string>, std::string> cases[] = {
       {{"serch", "x"},
        "veska: there is no command \"serch\"; did you mean: veska search\n"
        "       see: veska --help\n"},
@@ -52,7 +49,7 @@ TEST_F(Main, NamesWhatWasProbablyMeant) {
        "veska: there is no option --quit before a command; did you mean"
        " --quiet?\n       see: veska --help\n"},
   };
-  for (const auto& each : cases) EXPECT_EQ(run(each.words), (Outcome{2, "", each.said}));
+  for (const auto& [words, said] : cases) EXPECT_EQ(run(words), (Outcome{2, "", said}));
 }
 
 TEST_F(Main, WithoutAnIndexEveryReaderTellsHowToMakeOne) {

@@ -83,19 +83,16 @@ TEST_F(Index, OpeningNeedsHashAndEveryBlockOfIt) {
   vidxClearIndex(nullptr);
   { vidxStoreStorage(newIndex().get(), indexPath().c_str()); }
   const std::string hash = table("hash");
-  const struct {
-    size_t length;
-    const char* table;
-  } cuts[] = {{0, "files"},
-              {16 + 4000 - 1, "files"},
-              {16 + 4000, "words"},
-              {16 + 4000 + 20 + 160000 + 8, "skipped"},
-              {hash.size() - 5, "links"},
-              {hash.size() - 1, "links"}};
-  for (const auto& cut : cuts) {
-    writeFile(indexPath() + "hash", hash.substr(0, cut.length));
-    EXPECT_EQ(vCreateNewIndex(false, indexPath().c_str()), nullptr) << cut.length;
-    EXPECT_EQ(reports.take(), Texts{"throw:StorageReadError:" + indexPath() + cut.table});
+  const std::pair<size_t, const char*> cuts[] = {{0, "files"},
+                                                 {16 + 4000 - 1, "files"},
+                                                 {16 + 4000, "words"},
+                                                 {16 + 4000 + 20 + 160000 + 8, "skipped"},
+                                                 {hash.size() - 5, "links"},
+                                                 {hash.size() - 1, "links"}};
+  for (const auto& [length, table] : cuts) {
+    writeFile(indexPath() + "hash", hash.substr(0, length));
+    EXPECT_EQ(vCreateNewIndex(false, indexPath().c_str()), nullptr) << length;
+    EXPECT_EQ(reports.take(), Texts{"throw:StorageReadError:" + indexPath() + table});
   }
   writeFile(indexPath() + "hash", hash);
   EXPECT_NE(reopen(), nullptr);

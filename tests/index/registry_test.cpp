@@ -32,10 +32,7 @@ TEST_F(Registry, HoldsTheBuiltInAnalyzers) {
 }
 
 TEST_F(Registry, ReadsGroupsOfThreeLines) {
-  const struct {
-    std::string bytes;
-    Texts names;
-  } cases[] = {
+  const std::pair<std::string, Texts> cases[] = {
       {"", {}},
       {"# only\n\n#comments\n", {}},
       {"ps\ntxt\nconv %i %o\n", {"ps"}},
@@ -53,7 +50,7 @@ TEST_F(Registry, ReadsGroupsOfThreeLines) {
       {"ps\ntxt\nconv %i %o #\n", {"ps"}},
       {"##\n#\r#\r\nps#\ntxt\nconv %i %o\n", {"ps"}},
   };
-  for (const auto& c : cases) EXPECT_EQ(externals(c.bytes), c.names) << c.bytes;
+  for (const auto& [bytes, names] : cases) EXPECT_EQ(externals(bytes), names) << bytes;
 }
 
 TEST_F(Registry, ReplacesABuiltInAnalyzerOfThatNameForLaterPatterns) {

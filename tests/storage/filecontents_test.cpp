@@ -232,22 +232,19 @@ TEST_F(FileContents, SearchesBackwards) {
 TEST_F(FileContents, CutsItsTextDownToAnOutline) {
   const IndexHandle index = indexDocs();
   const std::string text = "one\ntwo hit hit\nthree\nfour\nthe hit\nsix ahitx\nlast hit";
-  const struct {
-    const char* query;
-    std::string outline;
-  } cases[] = {
+  const std::pair<const char*, std::string> cases[] = {
       {"hit", "two hit hit\nthe hit\nhit"},  // the text's last separator ends a line
       {"zebra", ""},
       {"one four", "one\nfour\n"},
       {"on*", "one\n"},
   };
-  for (const auto& c : cases) {
+  for (const auto& [query, outline] : cases) {
     const ContentsHandle contents = openText(index, text);
     vfcNext(contents.get());
-    vfcConvertToOutline(contents.get(), c.query);
-    EXPECT_EQ(vfcContents(contents.get()), c.outline) << c.query;
-    if (!c.outline.empty()) {
-      EXPECT_EQ(vfcNext(contents.get()), c.outline.substr(0, c.outline.find('\n') + 1));
+    vfcConvertToOutline(contents.get(), query);
+    EXPECT_EQ(vfcContents(contents.get()), outline) << query;
+    if (!outline.empty()) {
+      EXPECT_EQ(vfcNext(contents.get()), outline.substr(0, outline.find('\n') + 1));
     }
     vfcConvertToOutline(contents.get(), "zebra");
     EXPECT_STREQ(vfcContents(contents.get()), "");

@@ -77,10 +77,7 @@ TEST_F(UnicodeContents, FindsHitsByCharacters) {
   indexFile("a",
             "Caf\u00E9 CAFE\u0301 cafe \u041C\u043E\u0441\u043A\u0432\u0430\n"
             "Stra\u00DFe in \u6771\u4EAC\u90FD\u3067 end");
-  const struct {
-    const char* query;
-    Strings hits;
-  } cases[] = {
+  const std::pair<const char*, Strings> cases[] = {
       {"caf\u00E9", {"Caf\u00E9", "CAF\u00C9"}},
       {"CAFE", {"cafe"}},
       {"caf?", {"Caf\u00E9", "CAF\u00C9", "cafe"}},
@@ -103,7 +100,7 @@ TEST_F(UnicodeContents, FindsHitsByCharacters) {
       {"\xFF\xC3 in", {"in"}},
       {"", {}},
   };
-  for (const auto& c : cases) EXPECT_EQ(hits(c.query), c.hits) << c.query;
+  for (const auto& [query, wanted] : cases) EXPECT_EQ(hits(query), wanted) << query;
 }
 
 TEST_F(UnicodeContents, OutlineCountsCharactersAndKeepsPairs) {
