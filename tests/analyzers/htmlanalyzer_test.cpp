@@ -41,7 +41,7 @@ TEST_F(Html, IndexesDecodedCharacters) {
 }
 
 TEST_F(Html, LooksUpNamesThatBeginBelowLetters) {
-  const IndexHandle index = newIndex();
+  const IndexPtr index = newIndex();
   index->entities["\x21x"] = 'q';
   index->entities["\xE9"] = 'r';
   std::string block = "a&\x21x;b c&\xE9;d ";
@@ -50,7 +50,7 @@ TEST_F(Html, LooksUpNamesThatBeginBelowLetters) {
 }
 
 TEST_F(Html, ShowsTextWithoutTags) {
-  const IndexHandle index = newIndex();
+  const IndexPtr index = newIndex();
   CFileAnalyzer& html = *index->analyzerNamed("html");
   const Case cases[] = {
       {"a<p>b", "a\nb"},
@@ -82,14 +82,14 @@ TEST_F(Html, ShowsTextWithoutTags) {
 }
 
 TEST_F(Html, ShowsTagsWhenAsked) {
-  const IndexHandle index = newIndex();
+  const IndexPtr index = newIndex();
   EXPECT_EQ(strip(*index->analyzerNamed("html"), padded("a<p>&amp;<script>b c"), 0, false),
             "a<p>&<script>b\nc");
 }
 
 // Tags, entities and scripts may be cut by a block's end anywhere.
 TEST_F(Html, ShowsTheSameWhereverBlocksEnd) {
-  const IndexHandle index = newIndex();
+  const IndexPtr index = newIndex();
   CFileAnalyzer& html = *index->analyzerNamed("html");
   const std::string page = padded("<p>Caf&eacute;<script>x</script><li>m<b>or</b>e<p>");
   for (size_t before = 65460; before < 65540; ++before) {

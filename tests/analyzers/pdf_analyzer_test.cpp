@@ -1,83 +1,34 @@
 // CPdfAnalyzer: PDF text on its way into the index and onto the screen.
 
-#include <cctype>
-#include <cstdlib>
-#include <filesystem>
-#include <memory>
-
 #include "analyzers/pdf/libcrypto.h"
 #include "analyzers/pdfanalyzer.h"
-#include "api/veskalib.h"
-#include "index/index.h"
 #include "tests/analyzers/pdfbuilder.h"
-#include "tests/support/leakcheck.h"
+#include "tests/support/displaytest.h"
 
 namespace veska::test {
 namespace {
 
-std::string& reports() {
-  static std::string text;
-  return text;
-}
-
-void noteReport(const char* key, const char*) { reports() += std::string(key) + ";"; }
-
-struct ClearHandle {
-  void operator()(CVeskaIndex* index) const { vidxClearIndex(index); }
-};
-using Handle = std::unique_ptr<CVeskaIndex, ClearHandle>;
-
-class PdfAnalyzer : public LeakCheckedTest {
+class PdfAnalyzer : public DisplayTest {
  protected:
   void SetUp() override {
     pdf::cryptoAvailable();  // once loaded the library stays, and is no leak
-    LeakCheckedTest::SetUp();
-    std::filesystem::create_directories(path("config/a/b/index"));
-    reports().clear();
-    vSetThrowCallBack(noteReport);
-    vSetProblemCallBack(noteReport);
-  }
-  void TearDown() override {
-    vSetThrowCallBack(nullptr);
-    vSetProblemCallBack(nullptr);
-    LeakCheckedTest::TearDown();
-  }
-
-  Handle newIndex(unsigned long maxPerFileRead) const {
-    Handle index(vCreateNewIndex(true, path("config/a/b/index/").c_str()));
-    for (int b = 1; b < 256; ++b) {
-      vidxSetValidCharMask(index.get(), b, (b < 128 && std::isalnum(b)) || b >= 0xC0);
-      vidxSetValidViewableMask(index.get(), b, (b > ' ' && b < 127) || b >= 0xA0);
-    }
-    vidxSetMaxPerFileRead(index.get(), maxPerFileRead);
-    vidxSetMinWordLength(index.get(), 2);
-    vidxCreateAnalyzers(index.get());
-    vidxNewFileLinks(index.get());
-    return index;
+    DisplayTest::SetUp();
   }
 
   // Indexes a file with these bytes. Result: the words, each followed by a blank.
   std::string wordsOf(std::string_view file, unsigned long maxPerFileRead = 1 << 20) const {
-    const Handle index = newIndex(maxPerFileRead);
+    const IndexPtr index = newIndex();
+    vidxSetMaxPerFileRead(index.get(), maxPerFileRead);
+    vidxSetMinWordLength(index.get(), 2);
     writeFile(path("a.pdf"), file);
     EXPECT_TRUE(index->analyzerNamed("pdf")->indexFile(path("a.pdf").c_str(), 1));
     EXPECT_EQ(index->contentsIndexed, 1u);
-    std::string all;
-    CTextStorage* const table = vidxGetWords(index.get());
-    for (auto id = vtsGetFirst(table); id != 0; id = vtsGetNext(table, id)) {
-      all += std::string(vtsGetText(table, id)) + " ";
-    }
-    return all;
+    return words(index.get());
   }
 
   std::string displayOf(std::string_view file, unsigned long maxBytes, int lineWidth) const {
-    const Handle index = newIndex(1 << 20);
-    writeFile(path("a.pdf"), file);
-    const std::unique_ptr<char, decltype(&std::free)> text(
-        index->analyzerNamed("pdf")->fillDisplayBuffer(path("a.pdf").c_str(), 1, maxBytes,
-                                                       lineWidth, true),
-        &std::free);
-    return text.get();
+    const IndexPtr index = newIndex();
+    return fill(*index->analyzerNamed("pdf"), file, maxBytes, lineWidth);
   }
 };
 
@@ -86,9 +37,10 @@ std::string pageOf(std::string_view lines) {
 }
 
 TEST_F(PdfAnalyzer, WordsAreFoldedAndTheLastOneIsThere) {
+  Reports reports;
   EXPECT_EQ(wordsOf(pageOf("(Caf\\351 M\\374nchen a of) Tj (naive \\223quoted\\224 end) '")),
             "caf\xE9 m\xFCnchen of naive quoted end ");
-  EXPECT_EQ(reports(), "");
+  EXPECT_EQ(reports.take(), Texts{});
 }
 
 TEST_F(PdfAnalyzer, TheReadLimitCountsTextAndCutsNoWord) {
@@ -110,15 +62,14 @@ TEST_F(PdfAnalyzer, LongDocumentsComeInPiecesThatEndWithWords) {
 }
 
 TEST_F(PdfAnalyzer, UnreadableDocumentsAreToldAndKeepNoWords) {
+  Reports reports;
   EXPECT_EQ(wordsOf("no document at all"), "");
-  EXPECT_EQ(reports(), "Damaged;");
-  reports().clear();
+  EXPECT_EQ(reports.take(), Texts{"problem:Damaged:" + path("a.pdf")});
   EXPECT_EQ(wordsOf(PdfBuilder::page("").build("/Encrypt<</Filter/Standard/V 9>>")), "");
-  EXPECT_EQ(reports(), "PasswordNeeded;");
-  reports().clear();
-  const Handle index = newIndex(1000);
+  EXPECT_EQ(reports.take(), Texts{"problem:PasswordNeeded:" + path("a.pdf")});
+  const IndexPtr index = newIndex();
   EXPECT_FALSE(index->analyzerNamed("pdf")->indexFile(path("none.pdf").c_str(), 1));
-  EXPECT_EQ(reports(), "OpenFailed;");
+  EXPECT_EQ(reports.take(), Texts{"problem:OpenFailed:" + path("none.pdf")});
   EXPECT_TRUE(index->readFailed);
 }
 
@@ -128,10 +79,11 @@ TEST_F(PdfAnalyzer, DisplayHonoursWidthAndMaximum) {
   EXPECT_EQ(displayOf(file, 1000, 9), "one two\nthree\nfour\nfive\n");
   EXPECT_EQ(displayOf(file, 7, 0), "one two");
   EXPECT_EQ(displayOf("no document", 1000, 0), "");
-  const Handle index = newIndex(1000);
-  EXPECT_ANY_THROW(
-      index->analyzerNamed("pdf")->fillDisplayBuffer(path("none").c_str(), 1, 9, 0, true));
-  EXPECT_EQ(reports(), "CannotOpenContentsFile;");
+  const IndexPtr index = newIndex();
+  EXPECT_EQ(raised([&] {
+              index->analyzerNamed("pdf")->fillDisplayBuffer(path("none").c_str(), 1, 9, 0, true);
+            }),
+            "CannotOpenContentsFile:" + path("none"));
 }
 
 }  // namespace

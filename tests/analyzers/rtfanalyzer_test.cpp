@@ -36,7 +36,7 @@ TEST_F(Rtf, IndexesWordsAcrossControls) {
 }
 
 TEST_F(Rtf, CarriesWhatABlocksEndCuts) {
-  const IndexHandle index = newIndex();
+  const IndexPtr index = newIndex();
   CFileAnalyzer& rtf = *index->analyzerNamed("rtf");
   struct Case {
     std::string_view in;
@@ -55,14 +55,14 @@ TEST_F(Rtf, ReadsMacintoshHeaders) {
   EXPECT_EQ(wordsOf("rtf", "{\\rtf1\\mac\\ansicpg1252 Caf\\'8e "), "caf\xE9 ");
   EXPECT_EQ(wordsOf("rtf", "1234567mac XXXXXXXXXXX \\'e9 "), "1234567mac xxxxxxxxxxx \xE8 ");
   EXPECT_EQ(wordsOf("rtf", "1234567mac X \\'e9 "), "1234567mac x \xE9 ");  // too short to tell
-  const IndexHandle index = newIndex();
+  const IndexPtr index = newIndex();
   CFileAnalyzer& rtf = *index->analyzerNamed("rtf");
   EXPECT_EQ(strip(rtf, padded("{\\rtf1\\mac \\'8e x")), "\xE9\nx");
   EXPECT_EQ(strip(rtf, padded("{\\rtf1\\ansi \\'e9 x")), "\xE9\nx");
 }
 
 TEST_F(Rtf, ShowsTheTextAlone) {
-  const IndexHandle index = newIndex();
+  const IndexPtr index = newIndex();
   CFileAnalyzer& rtf = *index->analyzerNamed("rtf");
   struct Case {
     std::string_view in;
@@ -95,7 +95,7 @@ TEST_F(Rtf, ShowsTheTextAlone) {
 
 // A group, a control word and a brace may be cut by a block's end anywhere.
 TEST_F(Rtf, ShowsTheSameWhereverBlocksEnd) {
-  const IndexHandle index = newIndex();
+  const IndexPtr index = newIndex();
   CFileAnalyzer& rtf = *index->analyzerNamed("rtf");
   for (size_t before = 65480; before < 65540; ++before) {
     const std::string lines = "\n" + std::string(before, 'x') + ".";

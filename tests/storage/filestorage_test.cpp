@@ -5,32 +5,12 @@
 #include <random>
 
 #include "api/veskalib.h"
-#include "tests/support/leakcheck.h"
-#include "tests/support/reports.h"
-#include "tests/support/tablereader.h"
+#include "tests/support/storedtable.h"
 
 namespace veska::test {
 namespace {
 
-struct CloseFile {
-  void operator()(FILE* file) const { std::fclose(file); }
-};
-using Stream = std::unique_ptr<FILE, CloseFile>;
-
-class FileStorage : public LeakCheckedTest {
- protected:
-  std::string file() const { return path("files"); }
-  std::string block() const { return path("block"); }
-
-  void save(const CFileStorage& table) {
-    const Stream out(std::fopen(block().c_str(), "wb"));
-    EXPECT_TRUE(table.store(out.get()));
-  }
-  std::unique_ptr<CFileStorage> open() {
-    const Stream in(std::fopen(block().c_str(), "rb"));
-    return std::make_unique<CFileStorage>(file(), in.get());
-  }
-};
+using FileStorage = StoredTableTest<CFileStorage>;
 
 TEST_F(FileStorage, BytesOnDisk) {
   {
@@ -60,36 +40,19 @@ TEST_F(FileStorage, BytesOnDisk) {
   EXPECT_EQ(readFile(block()), saved);
 }
 
-TEST_F(FileStorage, RecordsAreFoundByNameAndParentUntilTheyAreObsolete) {
+TEST_F(FileStorage, ObsoleteRecordsKeepTheirPlaceUnderAnotherName) {
   CFileStorage table(file(), 1000);
   EXPECT_EQ(table.getFirst(), 0U);
-  const auto first = table.addFile("Notes"), second = table.addFile("Notes");
-  vfiSetFileParentID(table.getData(first), 100);
-  vfiSetFileParentID(table.getData(second), 200);
-  EXPECT_EQ(table.lookupFile("Notes", 100), first);
-  EXPECT_EQ(table.lookupFile("NOTES", 200), second);
-  EXPECT_EQ(table.lookupFile("Notes", 0), 0U);
-  vfiMarkFileObsolete(table.getData(first));
-  vfiMarkFileObsolete(table.getData(first));
-  EXPECT_STREQ(table.getText(first), "\xFFotes");
-  EXPECT_EQ(table.lookupFile("Notes", 100), 0U);
-  EXPECT_EQ(table.getFirst(), first);
-  EXPECT_EQ(table.getNext(first), second);
-  EXPECT_EQ(table.getNext(second), 0U);
-  const auto empty = table.addFile("");
+  const auto first = table.addFile("Notes"), empty = table.addFile("");
+  for (int i = 0; i < 2; ++i) vfiMarkFileObsolete(table.getData(first));
   vfiMarkFileObsolete(table.getData(empty));
+  EXPECT_STREQ(table.getText(first), "\xFFotes");
   EXPECT_STREQ(table.getText(empty), "");
+  EXPECT_EQ(table.getFirst(), first);
+  EXPECT_EQ(table.getNext(first), empty);
+  EXPECT_EQ(table.getNext(empty), 0U);
   EXPECT_EQ(table.getData(0), nullptr);
   EXPECT_EQ(table.getData(table.usedBytes()), nullptr);
-}
-
-TEST_F(FileStorage, ExactNamesTellCaseApart) {
-  CFileStorage table(file(), 1);
-  const auto upper = table.addFile("README"), lower = table.addFile("readme");
-  EXPECT_EQ(table.lookupFile("readme", 0), upper);
-  table.setExactNames(true);
-  EXPECT_EQ(table.lookupFile("readme", 0), lower);
-  EXPECT_EQ(table.lookupFile("ReadMe", 0), 0U);
 }
 
 // What a walk over the raw bytes of the chain finds.

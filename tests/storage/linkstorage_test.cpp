@@ -3,14 +3,12 @@
 #include <cstring>
 
 #include "api/veskalib.h"
-#include "tests/support/leakcheck.h"
-#include "tests/support/reports.h"
-#include "tests/support/tablereader.h"
+#include "tests/support/storedtable.h"
 
 namespace veska::test {
 namespace {
 
-using LinkStorage = LeakCheckedTest;
+using LinkStorage = StoredTableTest<CFileLinks>;
 
 std::string entry(uint32_t target, int count, bool ranking) {
   return bytesOf(target) + (ranking ? std::string(1, static_cast<char>(count)) : "");
@@ -110,30 +108,17 @@ TEST_F(LinkStorage, RemovedLinksAreFoundOnTheEntryGridFromTheFilesStart) {
 }
 
 TEST_F(LinkStorage, SavedBlockHoldsMagicAndRanking) {
-  const std::string file = path("links"), block = path("block");
-  { CFileLinks links(file, 100, 1000, true); }
   for (const bool ranking : {true, false}) {
-    {
-      CFileLinks links(file, 100, 1000, ranking);
-      FILE* out = std::fopen(block.c_str(), "wb");
-      EXPECT_TRUE(links.store(out));
-      std::fclose(out);
-    }
-    const std::string saved = readFile(block);
+    save(CFileLinks(file(), 100, 1000, ranking));
+    const std::string saved = readFile(block());
     EXPECT_EQ(saved, bytesOf(12360001) + std::string(1, ranking ? '\1' : '\0'));
     for (const std::string& bytes :
          {saved, saved.substr(0, 4), std::string(), bytesOf(12360002) + "\1"}) {
-      writeFile(block, bytes);
-      FILE* in = std::fopen(block.c_str(), "rb");
-      EXPECT_EQ(raised([&] {
-                  CFileLinks links(file, in);
-                  EXPECT_EQ(links.ranking(), ranking);
-                }),
-                bytes == saved ? "" : "StorageReadError:" + file);
-      std::rewind(in);
-      EXPECT_EQ(raised([&] { CWordLinks links(file, in); }),
-                bytes == saved ? "" : "StorageReadError:" + file);
-      std::fclose(in);
+      writeFile(block(), bytes);
+      const std::string report = bytes == saved ? "" : "StorageReadError:" + file();
+      EXPECT_EQ(raised([&] { EXPECT_EQ(open()->ranking(), ranking); }), report);
+      const Stream in(std::fopen(block().c_str(), "rb"));
+      EXPECT_EQ(raised([&] { CWordLinks links(file(), in.get()); }), report);
     }
   }
 }

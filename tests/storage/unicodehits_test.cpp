@@ -1,71 +1,53 @@
 // The contents of files in Unicode mode, from indexing to hits, through the interface of hosts.
 
-#include <gtest/gtest.h>
-
-#include <cctype>
-#include <memory>
 #include <set>
-#include <string>
-#include <vector>
 
-#include "api/veskalib.h"
-#include "tests/support/tempdir.h"
+#include "tests/support/displaytest.h"
 
 namespace veska::test {
 namespace {
 
-class UnicodeContents : public testing::Test {
+class UnicodeContents : public DisplayTest {
  protected:
   void SetUp() override {
-    index.reset(vCreateNewIndex(true, (home.path() + "/").c_str()));
-    ASSERT_TRUE(index);
-    for (int c = '0'; c <= 'z'; ++c) vidxSetValidCharMask(index.get(), c, std::isalnum(c));
-    vidxSetMaxPerFileRead(index.get(), 1 << 20);
+    DisplayTest::SetUp();
+    index = newIndex();
     vidxSetUnicode(index.get(), true);
     vidxCreateAnalyzers(index.get());
-    vidxSetIncludeCount(index.get(), 1);
     vidxSetIncludePattern(index.get(), 0, "*", nullptr);
+  }
+  void TearDown() override {
+    contents.reset();
+    index.reset();
+    DisplayTest::TearDown();
   }
 
   void indexFile(const std::string& name, const std::string& text) {
-    writeFile(tree / name, text);
-    vidxNewFileLinks(index.get());
-    CFileStorage* files = vidxGetFiles(index.get());
-    const unsigned long root = vfsAddFile(files, tree.path().c_str());
-    vidxIndexDirectory(index.get(), tree.path().c_str(), root);
-    contents.reset(vidxGetFileContents(index.get(), vfsLookupFile(files, name.c_str(), root),
+    document(name, text);
+    const unsigned long root = indexDocs(index.get());
+    contents.reset(vidxGetFileContents(index.get(),
+                                       vfsLookupFile(vidxGetFiles(index.get()), name.c_str(), root),
                                        1 << 20, 0, true, 5));
     ASSERT_TRUE(contents);
   }
 
   std::set<std::string> words() const {
-    std::set<std::string> result;
-    CTextStorage* table = vidxGetWords(index.get());
-    for (unsigned long id = vtsGetFirst(table); id != 0; id = vtsGetNext(table, id))
-      result.insert(vtsGetText(table, id));
-    return result;
+    const Texts all = textsOf(vidxGetWords(index.get()));
+    return {all.begin(), all.end()};
   }
 
   // What is hit, from each hit to the end of its token.
-  std::vector<std::string> hits(const char* query) {
+  Texts hits(const char* query) {
     const std::string text = vfcContents(contents.get());
-    std::vector<std::string> result;
+    Texts result;
     for (unsigned long at = 0; (at = vfcSearchBuffer(contents.get(), at, query)) != 0;)
       result.push_back(text.substr(at - 1, vfcTokenLength(contents.get(), at - 1)));
     return result;
   }
 
-  struct Clear {
-    void operator()(CVeskaIndex* i) const { vidxClearIndex(i); }
-    void operator()(CFileContents* c) const { vfcDeleteContentsObject(c); }
-  };
-  TempDir home;
-  TempDir tree;
-  std::unique_ptr<CVeskaIndex, Clear> index;
-  std::unique_ptr<CFileContents, Clear> contents;
+  IndexPtr index;
+  ContentsHandle contents;
 };
-
-using Strings = std::vector<std::string>;
 
 TEST_F(UnicodeContents, IndexesTheLastWordInEveryScript) {
   indexFile("a", "\u041F\u0440\u0438\u0432\u0435\u0442, Caf\u00E9 \u6771\u4EAC\u90FD last");
@@ -77,7 +59,7 @@ TEST_F(UnicodeContents, FindsHitsByCharacters) {
   indexFile("a",
             "Caf\u00E9 CAFE\u0301 cafe \u041C\u043E\u0441\u043A\u0432\u0430\n"
             "Stra\u00DFe in \u6771\u4EAC\u90FD\u3067 end");
-  const std::pair<const char*, Strings> cases[] = {
+  const std::pair<const char*, Texts> cases[] = {
       {"caf\u00E9", {"Caf\u00E9", "CAF\u00C9"}},
       {"CAFE", {"cafe"}},
       {"caf?", {"Caf\u00E9", "CAF\u00C9", "cafe"}},
@@ -134,8 +116,8 @@ TEST_F(UnicodeContents, HostsCutQueriesAsDocumentsAreCut) {
 }
 
 TEST_F(UnicodeContents, SkipWordsAreFolded) {
-  writeFile(home / "skip.txt", "\u00DCBER und\nda\u00DF");
-  vidxSetSkipFilePath(index.get(), (home / "skip.txt").c_str());
+  writeFile(path("skip.txt"), "\u00DCBER und\nda\u00DF");
+  vidxSetSkipFilePath(index.get(), path("skip.txt").c_str());
   vidxIndexExclusions(index.get());
   indexFile("a", "\u00FCber und DASS wort");
   EXPECT_EQ(words(), std::set<std::string>{"wort"});
