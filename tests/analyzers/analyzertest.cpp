@@ -119,6 +119,15 @@ std::string AnalyzerTest::seenIn(const char* word) const {
   return id == 0 ? "" : fullName(loadU32(index_->words->getData(id)));
 }
 
+std::string AnalyzerTest::extracted(const std::string& container, const std::string& member) {
+  const std::string path =
+      index_->extractToTempFile((files() + '/' + container).c_str(), member.c_str(), 9);
+  if (path.empty()) return "none";
+  const std::string bytes = readFile(path);
+  std::filesystem::remove(path);
+  return bytes;
+}
+
 const std::vector<std::string>& AnalyzerTest::problems() const { return told; }
 
 }  // namespace veska::test

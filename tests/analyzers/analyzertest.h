@@ -44,6 +44,9 @@ class AnalyzerTest : public LeakCheckedTest {
   // The record in which a word was seen last, in the same form; empty when it was never seen.
   std::string seenIn(const char* word) const;
 
+  // The bytes of a member as they are extracted for display; "none" when they are not.
+  std::string extracted(const std::string& container, const std::string& member);
+
   // What the problem callback was told: key, blank, path with the folder of files left out.
   const std::vector<std::string>& problems() const;
 

@@ -1,4 +1,4 @@
-// What the text pipeline reads in a document made by a test.
+// What the text pipeline of the Unicode mode reads in a document made by a test.
 #pragma once
 
 #include <string>
@@ -10,20 +10,51 @@
 namespace veska::test {
 
 struct DocumentText {
-  std::string text;  // as it is shown, unwrapped
+  std::string text;  // as it is shown
   unicode::Outcome outcome;
 };
 
-// name: tells the kind by its extension; without one the content tells it.
-inline DocumentText readDocument(const std::string& bytes, std::string_view name,
-                                 uint64_t maxExpanded = 0) {
-  unicode::MemoryInput input(bytes);
+struct HowToRead {
+  std::string_view charset = {};
+  uint64_t maxExpanded = 0;
+  size_t maxBytes = 1 << 24;
+  int lineWidth = 0;
+};
+
+inline DocumentText readInput(unicode::ByteInput& input, std::string_view name,
+                              const HowToRead& how) {
   unicode::SourceRequest request;
   request.name = name;
-  request.maxExpanded = maxExpanded;
-  unicode::DisplayWriter writer(1 << 24, 0);
+  request.charset = how.charset;
+  request.maxExpanded = how.maxExpanded;
+  unicode::DisplayWriter writer(how.maxBytes, how.lineWidth);
   const unicode::Outcome outcome = unicode::deliverDocument(input, request, writer);
   return {writer.finish(), outcome};
+}
+
+// name: tells the kind by its extension; without one the content tells it.
+inline DocumentText readDocument(const std::string& bytes, std::string_view name,
+                                 const HowToRead& how = {}) {
+  unicode::MemoryInput input(bytes);
+  return readInput(input, name, how);
+}
+
+// The same from a stream, as members of archives and attachments of messages come.
+inline DocumentText readStream(const std::string& bytes, std::string_view name,
+                               const HowToRead& how = {}) {
+  size_t at = 0;
+  unicode::StreamInput input([&](char* to, size_t wanted) {
+    const size_t count = bytes.copy(to, wanted, at);
+    at += count;
+    return count;
+  });
+  return readInput(input, name, how);
+}
+
+// The text alone.
+inline std::string shown(const std::string& bytes, std::string_view name,
+                         const HowToRead& how = {}) {
+  return readStream(bytes, name, how).text;
 }
 
 }  // namespace veska::test

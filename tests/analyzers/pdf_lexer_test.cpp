@@ -9,41 +9,21 @@ namespace {
 
 // Tokens as text: numbers as they are, strings in (), names with /, the rest as its sign.
 std::string tokensOf(std::string_view input) {
+  using enum Token::Kind;
   Lexer lexer(input);
   std::string out;
-  for (Token token = lexer.next(); !token.is(Token::Kind::kEnd); token = lexer.next()) {
+  for (Token token = lexer.next(); !token.is(kEnd); token = lexer.next()) {
     if (!out.empty()) out += ' ';
-    switch (token.kind) {
-      case Token::Kind::kInteger:
-        out += std::to_string(static_cast<int64_t>(token.number));
-        break;
-      case Token::Kind::kReal:
-        out += std::to_string(token.number);
-        break;
-      case Token::Kind::kString:
-        out += "(" + std::string(lexer.text(token)) + ")";
-        break;
-      case Token::Kind::kName:
-        out += "/" + std::string(lexer.text(token));
-        break;
-      case Token::Kind::kKeyword:
-        out += lexer.text(token);
-        break;
-      case Token::Kind::kArrayBegin:
-        out += '[';
-        break;
-      case Token::Kind::kArrayEnd:
-        out += ']';
-        break;
-      case Token::Kind::kDictionaryBegin:
-        out += "<<";
-        break;
-      case Token::Kind::kDictionaryEnd:
-        out += ">>";
-        break;
-      default:
-        break;
-    }
+    const std::string text(lexer.text(token));
+    if (token.is(kInteger)) out += std::to_string(static_cast<int64_t>(token.number));
+    if (token.is(kReal)) out += std::to_string(token.number);
+    if (token.is(kString)) out += "(" + text + ")";
+    if (token.is(kName)) out += "/" + text;
+    if (token.is(kKeyword)) out += text;
+    if (token.is(kArrayBegin)) out += '[';
+    if (token.is(kArrayEnd)) out += ']';
+    if (token.is(kDictionaryBegin)) out += "<<";
+    if (token.is(kDictionaryEnd)) out += ">>";
   }
   return out;
 }

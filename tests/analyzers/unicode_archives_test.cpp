@@ -14,7 +14,7 @@
 
 #include "analyzers/archivereader.h"
 #include "tests/analyzers/analyzertest.h"
-#include "tests/analyzers/shown.h"
+#include "tests/analyzers/documenttext.h"
 #include "tests/support/archives.h"
 
 namespace veska::test {
@@ -91,15 +91,6 @@ class UnicodeArchives : public AnalyzerTest {
              {"*.tzst", "zstd"},
              {"*.mbox", "mbox"},
              {"*", "generic"}});
-  }
-
-  std::string extracted(const std::string& archive, const std::string& member) {
-    const std::string path =
-        index().extractToTempFile((files() + '/' + archive).c_str(), member.c_str(), 9);
-    if (path.empty()) return "none";
-    const std::string bytes = readFile(path);
-    unlink(path.c_str());
-    return bytes;
   }
 };
 
@@ -282,15 +273,14 @@ TEST_F(UnicodeArchives, AreDocumentsWhereNoRecordIsMade) {
   const std::string tgz = gzipped(tarFile("b/deep.txt", "inner words\n") + tarEnd());
   const std::string zip =
       zipArchive({{"a.txt", "outer words\n"}, {"x.tgz", tgz}, {"n", "", true, kEncrypted}});
-  Outcome outcome = Outcome::kDone;
-  EXPECT_EQ(shown(zip, "any", {}, 1 << 20, 1 << 20, 0, &outcome),
+  const DocumentText document = readStream(zip, "any");
+  EXPECT_EQ(document.text,
             "a.txt\n\nouter words\n\nx.tgz\n\nx.tar\n\nb/deep.txt\n\ninner words\n\nn\n");
-  EXPECT_EQ(outcome, Outcome::kNeedsPassword);
+  EXPECT_EQ(document.outcome, Outcome::kNeedsPassword);
   // As many layers as anybody wants: they end somewhere.
   std::string layers = "innermost";
   for (int i = 0; i < 40; ++i) layers = gzipped(layers);
-  shown(layers, "any", {}, 1 << 20, 1 << 20, 0, &outcome);
-  EXPECT_EQ(outcome, Outcome::kLimited);
+  EXPECT_EQ(readStream(layers, "any").outcome, Outcome::kLimited);
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
@@ -10,7 +9,6 @@
 #include "analyzers/unicode/mailbox.h"
 #include "storage/filecontents.h"
 #include "tests/analyzers/analyzertest.h"
-#include "tests/analyzers/shown.h"
 #include "tests/support/archives.h"
 
 namespace veska::test {
@@ -104,15 +102,6 @@ class UnicodeMailbox : public AnalyzerTest {
     index().unicode = true;
     index().createAnalyzers();
     include({{"*.mbox", "mbox"}, {"*.zip", "zip"}, {"*", "generic"}});
-  }
-
-  std::string extracted(const std::string& mailbox, const std::string& member) {
-    const std::string path =
-        index().extractToTempFile((files() + '/' + mailbox).c_str(), member.c_str(), 9);
-    if (path.empty()) return "none";
-    const std::string bytes = readFile(path);
-    std::filesystem::remove(path);
-    return bytes;
   }
 };
 

@@ -76,24 +76,8 @@ TEST(UnicodeWord, KeepsWordsWholeAndParagraphsApart) {
   };
   for (const auto& [body, text] : cases) {
     EXPECT_EQ(readDocument(word(body), "a.docx").text, text) << body;
-    EXPECT_EQ(readDocument(word(body), "attachment").text, text) << body;
+    EXPECT_EQ(shown(word(body), "attachment"), text) << body;
   }
-}
-
-// As members of archives and attachments of messages come.
-TEST(UnicodeWord, IsReadFromAStream) {
-  const std::string bytes = word("<w:p>" + run("streamed") + "</w:p>");
-  size_t at = 0;
-  unicode::StreamInput input([&](char* to, size_t wanted) {
-    const size_t count = bytes.copy(to, wanted, at);
-    at += count;
-    return count;
-  });
-  unicode::DisplayWriter writer(1000, 0);
-  unicode::SourceRequest request;
-  request.name = "attachment.bin";
-  EXPECT_EQ(unicode::deliverDocument(input, request, writer), Outcome::kDone);
-  EXPECT_EQ(writer.finish(), "streamed\n");
 }
 
 TEST(UnicodeWord, ReadsPropertiesNotesHeadersAndCharts) {
@@ -132,7 +116,9 @@ TEST(UnicodeWord, EncryptionAndDamageAreTold) {
             "x.txt\n\nanother archive\n");
   EXPECT_EQ(readDocument("no package", "a.docx").text, "no package\n");
   const std::string text(100'000, 'w');
-  EXPECT_EQ(readDocument(word("<w:p>" + run("first " + text) + "</w:p>"), "a.docx", 70'000).outcome,
+  EXPECT_EQ(readDocument(word("<w:p>" + run("first " + text) + "</w:p>"), "a.docx",
+                         {.maxExpanded = 70'000})
+                .outcome,
             Outcome::kLimited);
 }
 
@@ -187,8 +173,9 @@ TEST(UnicodeSheet, BoundsWhatSharedStringsExpandTo) {
   for (int i = 0; i < 1000; ++i) sheet += "<c t='s'><v>0</v></c>";
   const std::string bytes =
       workbook(sheet + "</row>", "<si><t>" + std::string(10'000, 'x') + "</t></si>");
-  EXPECT_EQ(readDocument(bytes, "a.xlsx", 1 << 20).outcome, Outcome::kLimited);
-  EXPECT_LT(readDocument(bytes, "a.xlsx", 1 << 20).text.size(), size_t{1} << 20);
+  const DocumentText document = readDocument(bytes, "a.xlsx", {.maxExpanded = 1 << 20});
+  EXPECT_EQ(document.outcome, Outcome::kLimited);
+  EXPECT_LT(document.text.size(), size_t{1} << 20);
 }
 
 TEST(UnicodeSheet, ShowsNumbersByTheirFormats) {

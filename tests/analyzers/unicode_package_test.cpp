@@ -143,7 +143,7 @@ TEST(UnicodePackage, SurvivesDamageAtEveryPlace) {
     std::string damaged = whole;
     damaged[i] = static_cast<char>(random());
     for (const std::string& bytes : {damaged, whole.substr(0, i), whole.substr(i)}) {
-      const DocumentText document = readDocument(bytes, "a.docx", 1 << 16);
+      const DocumentText document = readDocument(bytes, "a.docx", {.maxExpanded = 1 << 16});
       ASSERT_EQ(validUtf8Prefix(document.text), document.text.size()) << i << ", seed " << seed;
       read += document.text == "caf\u00E9\n";
     }

@@ -11,7 +11,7 @@ namespace {
 
 using unicode::Outcome;
 
-std::string shown(const std::string& body, const std::string& header = "\\ansi") {
+std::string rtf(const std::string& body, const std::string& header = "\\ansi") {
   return readDocument("{\\rtf1" + header + " " + body + "}", "a.rtf").text;
 }
 
@@ -28,9 +28,9 @@ TEST(UnicodeRtf, BytesAreReadInTheCodePageOfTheirFont) {
       {"a{\\f4 lll\\u61623?}b", "ab\n"},
       {"\xE1", "\u03B1\n"},
   };
-  for (const auto& [body, text] : cases) EXPECT_EQ(shown(body, fonts), text) << body;
-  EXPECT_EQ(shown("\\'8e", "\\mac"), "\u00E9\n");
-  EXPECT_EQ(shown("\\'82", "\\pc"), "\u00E9\n");
+  for (const auto& [body, text] : cases) EXPECT_EQ(rtf(body, fonts), text) << body;
+  EXPECT_EQ(rtf("\\'8e", "\\mac"), "\u00E9\n");
+  EXPECT_EQ(rtf("\\'82", "\\pc"), "\u00E9\n");
 }
 
 TEST(UnicodeRtf, UnicodeStandsForItsFallback) {
@@ -44,7 +44,7 @@ TEST(UnicodeRtf, UnicodeStandsForItsFallback) {
       {"a\\u-10179?b\\u0?\\u65535?\\u99999999?c", "abc\n"},
       {"{\\upr{ansi}{\\*\\ud{\\u1052?}}}x", "\u041Cx\n"},
   };
-  for (const auto& [body, text] : cases) EXPECT_EQ(shown(body), text) << body;
+  for (const auto& [body, text] : cases) EXPECT_EQ(rtf(body), text) << body;
 }
 
 TEST(UnicodeRtf, KeepsWordsWholeAndParagraphsApart) {
@@ -63,7 +63,7 @@ TEST(UnicodeRtf, KeepsWordsWholeAndParagraphsApart) {
       {"{\\stylesheet{\\s1 Title;}}{\\*\\unknown{\\title x}}{\\colortbl;}y", "y\n"},
       {"{\\info{\\title T}{\\author A}{\\operator O}}{\\title x}", "T\n\nA\n\nx\n"},
   };
-  for (const auto& [body, text] : cases) EXPECT_EQ(shown(body), text) << body;
+  for (const auto& [body, text] : cases) EXPECT_EQ(rtf(body), text) << body;
 }
 
 TEST(UnicodeRtf, TellsDamageAndStillReads) {

@@ -222,25 +222,14 @@ TEST_F(UnicodeTokenizer, WalkTellsTheSameWordsWithTheirPlaces) {
 TEST_F(UnicodeTokenizer, CutsWhatPeopleWrite) {
   const std::pair<const char*, Words> cases[] = {
       {"Caf\u00E9 CAFE\u0301", {"caf\u00E9", "caf\u00E9"}},
-      {"Stra\u00DFe STRASSE", {"strasse", "strasse"}},
-      {"\u041C\u041E\u0421\u041A\u0412\u0410", {"\u043C\u043E\u0441\u043A\u0432\u0430"}},
       {"\u039F\u0394\u039F\u03A3 \u03BF\u03B4\u03CC\u03C2",
        {"\u03BF\u03B4\u03BF\u03C3", "\u03BF\u03B4\u03CC\u03C3"}},
       {"don't don\u2019t", {"don", "t", "don", "t"}},
       {"in\u00ADter na\uFEFFtional", {"inter", "national"}},
-      {"snake_case _x", {"snake_case", "x"}},
       {"\u6771\u4EAC\u90FDtower2\u56DE", {"\u6771\u4EAC", "\u4EAC\u90FD", "tower2", "\u56DE"}},
       {"\u304B\u3099\u304E", {"\u304C\u304E"}},
-      {"\uD55C\uAD6D\uC5B4", {"\uD55C\uAD6D\uC5B4"}},
-      {"\u0301a", {"a"}},
   };
   for (const auto& [text, words] : cases) EXPECT_EQ(cut(text), words) << text;
-}
-
-TEST_F(UnicodeTokenizer, CountsCharactersAndLetsPairsPass) {
-  EXPECT_EQ(cut("\u00E9\u00E9 \u00E9\u00E9\u00E9 \u6771", {3, 3}),
-            (Words{"\u00E9\u00E9\u00E9", "\u6771"}));
-  EXPECT_EQ(cut(std::string(100, 'a') + ' ' + std::string(101, 'b')), Words{std::string(100, 'a')});
 }
 
 TEST_F(UnicodeTokenizer, BoundsWordsAndRunsOfAnyLength) {
@@ -267,8 +256,6 @@ TEST(UnicodeMarks, AreTakenOffWhereTheyAreAccents) {
       {"\u043C\u043E\u0439", "\u043C\u043E\u0439"},
       {"\u304C\u304E", "\u304C\u304E"},
       {"\u0939\u093F\u0928\u094D\u0926\u0940", "\u0939\u093F\u0928\u094D\u0926\u0940"},
-      {"\uD55C", "\uD55C"},
-      {"plain", "plain"},
   };
   for (const auto& [word, base] : cases) EXPECT_EQ(strippedText(word), base);
 }
