@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <functional>
 
 #include "tests/cli/program.h"
 
@@ -29,9 +28,9 @@ class KilledRun : public ProgramTest {
     write("docs/sub/three.txt", "beta zeta\n");
   }
 
-  // Kills runs of the command at ever later moments; before each, `reset` makes the same index.
-  void killEverywhere(const std::string& command, const std::function<void()>& reset) const {
-    reset();
+  // Kills runs of the command at ever later moments; before each, the same index is made.
+  void killEverywhere(const std::string& command) const {
+    startAfresh();
     const Answers old = answers();
     change();
     out({command});
@@ -39,7 +38,7 @@ class KilledRun : public ProgramTest {
     ASSERT_FALSE(old == fresh);
     int kills = 0;
     for (int n = 1;; ++n) {
-      reset();
+      startAfresh();
       change();
       if (!runKilledBeforeChange({command}, n)) break;
       ++kills;
@@ -55,29 +54,24 @@ class KilledRun : public ProgramTest {
     EXPECT_GT(kills, 40);
   }
 
-  void startAfresh() const {
-    for (const char* name : {"docs", "home"}) {
-      const std::string command = "rm -rf '" + path(name) + "'";
-      ASSERT_EQ(std::system(command.c_str()), 0);
-    }
+  void prepareAfresh() const {
+    const std::string command = "rm -rf '" + path("docs") + "' '" + path("home") + "'";
+    ASSERT_EQ(std::system(command.c_str()), 0);
     prepare();
+  }
+  void startAfresh() const {
+    prepareAfresh();
     out({"index", "docs"});
   }
 };
 
-TEST_F(KilledRun, UpdateKilledBeforeAnyChangeLeavesAWholeIndex) {
-  killEverywhere("update", [this] { startAfresh(); });
-}
-
-TEST_F(KilledRun, RebuildKilledBeforeAnyChangeLeavesAWholeIndex) {
-  killEverywhere("rebuild", [this] { startAfresh(); });
+TEST_F(KilledRun, UpdateOrRebuildKilledBeforeAnyChangeLeavesAWholeIndex) {
+  for (const char* command : {"update", "rebuild"}) killEverywhere(command);
 }
 
 TEST_F(KilledRun, FirstIndexKilledBeforeAnyChangeCanBeMadeAgain) {
   for (int n = 1;; ++n) {
-    const std::string command = "rm -rf '" + path("docs") + "' '" + path("home") + "'";
-    ASSERT_EQ(std::system(command.c_str()), 0);
-    prepare();
+    prepareAfresh();
     if (!runKilledBeforeChange({"index", "docs"}, n)) break;
     const Outcome outcome = run({"search", "beta"});
     EXPECT_TRUE(outcome.status == 0 || outcome.err.find("no index yet") != std::string::npos)

@@ -179,14 +179,6 @@ TEST_F(Index, UnreadableFileIsNamedAndTriedAgainWhenItChanges) {
   EXPECT_EQ(out({"status", "--problems"}), "");
 }
 
-TEST_F(Index, NamesWithAnyByteAreIndexed) {
-  write("docs/a \xE9\n\"'\x1B[31m.txt", "kappa\n");
-  out({"index", "docs"});
-  EXPECT_EQ(run({"search", "-0", "kappa"}).out,
-            std::string("DIR/docs/a \xE9\n\"'\x1B[31m.txt") + '\0');
-  EXPECT_EQ(found("kappa").find('\x1B'), std::string::npos);
-}
-
 TEST_F(Index, RootWithBytesThatAreNoUtf8IsKept) {
   write("d\xE9/x.txt", "kappa\n");
   out({"index", "d\xE9"});

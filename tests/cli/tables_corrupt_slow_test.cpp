@@ -6,7 +6,6 @@
 #include <iostream>
 #include <map>
 
-#include "host/verify.h"
 #include "tests/cli/program.h"
 
 namespace veska::test {
@@ -105,7 +104,6 @@ class DamagedIndex : public ProgramTest {
   }
 
   int cases() const { return cases_; }
-  const std::string& indexFolder() const { return folder_; }
 
  private:
   static constexpr unsigned kMostSeconds = 10;
@@ -132,23 +130,6 @@ TEST_F(DamagedIndex, ByteFlipped) {
     }
   }
   if (wantsAll()) std::cout << cases() << " bytes with all commands\n";
-}
-
-// What `verify` does, without a process for each byte.
-TEST_F(DamagedIndex, EveryFlippedByteIsReported) {
-  const size_t step = wantsAll() ? 1 : 4999;
-  size_t flipped = 0;
-  for (const auto& [name, bytes] : good()) {
-    if (!isTable(name)) continue;
-    for (size_t at = 0; at < bytes.size(); at += step, ++flipped) {
-      std::string bad = bytes;
-      bad[at] = static_cast<char>(bad[at] ^ (at % 2 == 0 ? 1 : 0x80));
-      const Damage damage(*this, name, bad);
-      const VerifyCounts counts = verifyIndex(indexFolder(), [](const std::string&) {});
-      ASSERT_GT(counts.problems, 0u) << name << " byte " << at;
-    }
-  }
-  if (wantsAll()) std::cout << flipped << " bytes with verify\n";
 }
 
 TEST_F(DamagedIndex, CutExtendedOrZeroed) {

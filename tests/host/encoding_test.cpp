@@ -46,12 +46,10 @@ TEST(Encoding, FoldsAsTheEngine) {
 
 TEST(Encoding, ControlsNeverStayPrintable) {
   for (char32_t code = 0; code < 0x2100; ++code) {
+    if (code >= 0x20 && (code < 0x7F || code >= 0xA0)) continue;
     std::string out;
     appendPrintable(out, code);
-    const bool control = code < 0x20 || (code >= 0x7F && code < 0xA0);
-    if (control) {
-      EXPECT_EQ(out, "\xEF\xBF\xBD") << static_cast<uint32_t>(code);
-    }
+    EXPECT_EQ(out, "\uFFFD") << static_cast<uint32_t>(code);
   }
 }
 

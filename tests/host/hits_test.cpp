@@ -3,60 +3,81 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "host/encoding.h"
 #include "host/snippets.h"
+#include "host/words.h"
 #include "tests/host/smallindex.h"
 
 namespace veska {
 namespace {
 
-class Hits : public testing::Test {
+// An index whose words are cut as the queries are, of 8-bit text or of Unicode text.
+class HitsTest : public testing::Test {
  protected:
-  void SetUp() override {
-    files_.write("a.txt", "x\n");
+  explicit HitsTest(bool unicode) : unicode_(unicode), files_(unicode) {
+    files_.write("a.txt", "\u00E9t\u00E9\n");
     files_.build();
-    reader_ = std::make_unique<Reader>(files_.open());
+    index_ = files_.open();
+    reader_ = std::make_unique<Reader>(index_, files_.tables());
+  }
+
+  QueryResult parse(const std::string& text) const {
+    const auto cut = [this](std::string_view part) { return cutUnicode(index_, part); };
+    QueryResult parsed = unicode_ ? parseQuery(text, {}, cut) : parseQuery(text);
+    EXPECT_TRUE(parsed.query) << parsed.error.message;
+    return parsed;
   }
 
   // The text with what is marked in brackets; "-" before it when the query's first leaf does not
   // hold.
-  std::string marked(const std::string& queryText, const std::string& text) {
-    const QueryResult parsed = parseQuery(queryText);
-    EXPECT_TRUE(parsed.query) << parsed.error.message;
+  std::string marked(const std::string& queryText, const std::string& text) const {
+    const QueryResult parsed = parse(queryText);
     const HitFinder finder(*reader_, *parsed.query);
     const std::vector<WordHit> hits = finder.find(text);
     std::string out = finder.holds(parsed.query->leaves.front(), hits) ? "" : "-";
     size_t at = 0;
     for (const Mark& mark : finder.marks(hits)) {
-      if (mark.begin < at) continue;
-      out += text.substr(at, mark.begin - at) + "[" +
-             text.substr(mark.begin, mark.end - mark.begin) + "]";
+      if (mark.end <= at) continue;
+      const size_t begin = std::max(at, mark.begin);
+      out += text.substr(at, begin - at) + "[" + text.substr(begin, mark.end - begin) + "]";
       at = mark.end;
     }
     return out + text.substr(at);
   }
 
   std::vector<Snippet> snippets(const std::string& queryText, const std::string& text,
-                                const SnippetOptions& options) {
-    const QueryResult parsed = parseQuery(queryText);
+                                const SnippetOptions& options) const {
+    const QueryResult parsed = parse(queryText);
     const HitFinder finder(*reader_, *parsed.query);
     return makeSnippets(text, finder.marks(finder.find(text)), options);
   }
 
+  const bool unicode_;
   test::SmallIndex files_;
+  CVeskaIndex* index_ = nullptr;
   std::unique_ptr<Reader> reader_;
 };
 
+struct Hits : HitsTest {
+  Hits() : HitsTest(false) {}
+};
+struct UnicodeHits : HitsTest {
+  UnicodeHits() : HitsTest(true) {}
+};
+
+struct Case {
+  const char* query;
+  const char* text;
+  const char* marked;
+};
+
 TEST_F(Hits, HoldWhereTheLanguageSaysSo) {
-  struct Case {
-    const char* query;
-    const char* text;
-    const char* marked;
-  };
-  const std::vector<Case> cases = {
+  const Case cases[] = {
       {"cat", "Cat, cats; CAT", "[Cat], cats; [CAT]"},
       {"c?t*", "cat cats dog", "[cat] [cats] dog"},
       {"\xC3\xA9t\xC3\xA9", "\xC9t\xE9 ete", "[\xC9t\xE9] ete"},
@@ -81,8 +102,7 @@ TEST_F(Hits, LongPhrasesOfOneWordStayLinear) {
   for (int i = 0; i < 900; ++i) phrase += "a ";
   std::string text;
   for (int i = 0; i < 200000; ++i) text += "a ";
-  const QueryResult parsed = parseQuery(phrase + "b\"");
-  ASSERT_TRUE(parsed.query) << parsed.error.message;
+  const QueryResult parsed = parse(phrase + "b\"");
   const HitFinder finder(*reader_, *parsed.query);
   EXPECT_FALSE(finder.holds(parsed.query->leaves.front(), finder.find(text)));
   text += "b";
@@ -123,6 +143,47 @@ TEST_F(Hits, SnippetsHoldNoControls) {
   ASSERT_EQ(found.size(), 1u);
   for (const char byte : found[0].text) EXPECT_GE(static_cast<unsigned char>(byte), ' ');
   EXPECT_EQ(found[0].text.find("\xC2\x9B"), std::string::npos);
+}
+
+// Glued words, of one run of characters without blanks, have a "+" before them.
+TEST_F(UnicodeHits, QueriesAreCutAsDocumentsAre) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"Caf\u00C9", "caf\u00E9"},
+      {"Stra\u00DFe-CAFE\u0301", "strasse caf\u00E9"},
+      {"\u6771\u4EAC\u90FD", "\u6771\u4EAC+\u4EAC\u90FD"},
+      {"\u6771\u4EAC \u4EAC\u90FD", "\u6771\u4EAC \u4EAC\u90FD"},
+      {"iPhone\u7528", "iphone \u7528"},
+      {"Caf*", "caf*"},
+      {"\u6771*", "\u6771"},
+      {"*\u4EAC\u90FD*", "\u4EAC\u90FD"},
+      {"\u4EAC * \u90FD", "\u4EAC * \u90FD"},
+      {"one * two", "one * two"},
+      {"a\u2019b", "a b"},
+  };
+  for (const auto& [text, words] : cases) {
+    std::string out;
+    for (const CutWord& word : cutUnicode(index_, text).words) {
+      if (!out.empty()) out += word.glued ? '+' : ' ';
+      out += word.text;
+    }
+    EXPECT_EQ(out, words) << text;
+  }
+}
+
+TEST_F(UnicodeHits, AreWholeCharactersInARow) {
+  const Case cases[] = {
+      {"ete", "L'\u00C9T\u00C9, ete", "L'[\u00C9T\u00C9], [ete]"},
+      {"\u00E9t\u00E9", "ete \u00E9te\u0301", "ete [\u00E9te\u0301]"},
+      {"et*", "\u00E9tude autre", "[\u00E9tude] autre"},
+      {"\u00E9t*", "etude \u00E9tat", "etude [\u00E9tat]"},
+      {"\u6771\u4EAC\u90FD", "\u6771\u4EAC\u90FD\u306F", "[\u6771\u4EAC][\u90FD]\u306F"},
+      {"\u6771\u4EAC\u90FD", "\u6771\u4EAC\u3001\u4EAC\u90FD", "-\u6771\u4EAC\u3001\u4EAC\u90FD"},
+      {"\"\u6771\u4EAC \u4EAC\u90FD\"", "\u6771\u4EAC\u3001\u4EAC\u90FD",
+       "[\u6771\u4EAC]\u3001[\u4EAC\u90FD]"},
+      {"\u90FD", "\u4EAC\u90FD\u306E \u90FD", "\u4EAC[\u90FD]\u306E [\u90FD]"},
+      {"\u0E01\u0E34\u0E19", "\u0E01\u0E34\u0E19\u0E02", "[\u0E01\u0E34][\u0E19]\u0E02"},
+  };
+  for (const Case& c : cases) EXPECT_EQ(marked(c.query, c.text), c.marked) << c.query;
 }
 
 }  // namespace

@@ -22,7 +22,6 @@ class HomeTest : public LeakCheckedTest {
     home_.emplace(path("home"));
   }
   const Home& home() const { return *home_; }
-  static bool never() { return false; }
 
   // A generation with small tables of its own, in force.
   static uint64_t makeGeneration(const Home& home, const WriterLock& lock, uint64_t lineage) {
@@ -71,15 +70,6 @@ TEST_F(HomeTest, LinkThatLeadsAstrayIsRefused) {
   }
   EXPECT_EQ(makeGeneration(home(), lock, 1), 8u) << "a new generation repairs the link";
   EXPECT_EQ(home().requireCurrent().number, 8u);
-}
-
-TEST_F(HomeTest, CopyHasTheSameTables) {
-  const WriterLock lock(home(), false);
-  makeGeneration(home(), lock, 1);
-  const Generation base = home().requireCurrent();
-  NewGeneration next(home(), lock);
-  next.copyTables(base, never);
-  EXPECT_EQ(sumTables(next.path()), sumTables(base.path));
 }
 
 TEST_F(HomeTest, SweepLeavesWhatIsReadAndWhatIsInForce) {

@@ -106,18 +106,6 @@ TEST_F(ReaderTest, FilesAreLocatedAsTheyArePrinted) {
   EXPECT_TRUE(attempt([&] { locate(reader, "nowhere.txt"); }));
 }
 
-TEST_F(ReaderTest, WordsOfVanishedFilesAreGone) {
-  files_.write("a.txt", "cat dog\n");
-  files_.write("b.txt", "cat .\n");
-  files_.build();
-  files_.remove("a.txt");
-  files_.update();
-  Reader reader(files_.open());
-  EXPECT_EQ(reader.postings(reader.lookup("cat")).size(), 1u);
-  EXPECT_TRUE(reader.postings(reader.lookup("dog")).empty());
-  EXPECT_TRUE(attempt([&] { locate(reader, files_.folder() + "/a.txt"); }));
-}
-
 // --- Damage
 
 class Damage : public ReaderTest {
@@ -191,20 +179,6 @@ TEST_F(Damage, ListsThatLeadInCirclesEnd) {
       test::writeFile(path, bytes);
       readAll();
     }
-  }
-}
-
-TEST_F(Damage, CutTablesEndInErrors) {
-  for (const char* table : {"words", "files", "links", "hash"}) {
-    const std::string path = files_.tables() + table;
-    const std::string intact = test::readFile(path);
-    for (const size_t length : {size_t{0}, size_t{1}, size_t{15}, size_t{16}, size_t{40},
-                                size_t{500}, intact.size() / 2, intact.size() - 1}) {
-      test::writeFile(path, intact.substr(0, length));
-      readAll();
-      EXPECT_GT(problems(), 1u) << table << " cut to " << length;
-    }
-    test::writeFile(path, intact);
   }
 }
 

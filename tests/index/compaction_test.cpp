@@ -91,33 +91,6 @@ TEST_F(Compaction, LinksOfTheLastSeenFileArePassedOver) {
   EXPECT_LINKS(index.get(), "word", {{{200, 0}}});
 }
 
-TEST_F(Compaction, ManyWordsAndFilesKeepEveryPairing) {
-  const IndexPtr index = newIndex();
-  vidxNewFileLinks(index.get());
-  const auto occurs = [](uint32_t file, int word) {
-    return file % static_cast<uint32_t>(word) == 0;
-  };
-  for (uint32_t file = 100; file < 2100; ++file) {
-    for (int word = 1; word <= 12; ++word) {
-      for (uint32_t i = 0; occurs(file, word) && i <= file % 3; ++i) {
-        vidxIndexWord(index.get(), ("w" + std::to_string(word)).c_str(), file);
-      }
-    }
-  }
-  vidxCompressLinks(index.get());
-  vidxStoreStorage(index.get(), indexPath().c_str());
-  for (int word = 1; word <= 12; ++word) {
-    std::vector<Link> expected;
-    for (uint32_t file = 2099; file >= 100; --file) {
-      if (occurs(file, word)) expected.emplace_back(file, static_cast<int>(file % 3));
-    }
-    const std::string name = "w" + std::to_string(word);
-    EXPECT_EQ(wordOf(index.get(), name.c_str()).lastFile, expected.front().first);
-    expected.erase(expected.begin());
-    EXPECT_EQ(chunksOf(table("links"), wordOf(index.get(), name.c_str()).chunk), Chunks{expected});
-  }
-}
-
 // More links than one request may ask for: 210,000 entries of 5 bytes.
 TEST_F(Compaction, ChunkLargerThanTheIncrementIsOnePiece) {
   const IndexPtr index = newIndex();

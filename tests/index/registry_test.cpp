@@ -35,17 +35,13 @@ TEST_F(Registry, ReadsGroupsOfThreeLines) {
   const std::pair<std::string, Texts> cases[] = {
       {"", {}},
       {"# only\n\n#comments\n", {}},
-      {"ps\ntxt\nconv %i %o\n", {"ps"}},
       {"ps\ntxt\nconv %i %o", {}},  // the last line has no end
-      {"ps\ntxt\n", {}},
       {"ps\ntxt\nconv %i %o\ndvi\n", {"ps"}},
       {"ps\r\ntxt\r\nconv %i %o\r\ndvi\r\ntxt\r\nd %i %o\r\n", {"dvi", "ps"}},
       {"ps\rtxt\rconv %i %o\r", {"ps"}},
       {"\r\nps\r\n\r\n# c\r\ntxt\r\n\r\nconv %i %o\r\n", {"ps"}},
       {"ps  \t # name\n# note\ntxt# output type\nconv %i %o\n", {"ps"}},
       {" ps\ntxt\nconv %i %o\n", {" ps"}},  // leading blanks are kept
-      {"two words\ntxt\nconv %i %o\n", {"two words"}},
-      {"ps\n \t\ntxt\n   \nconv %i %o\n", {"ps"}},
       {"ps\ntxt\nfirst %i %o\nps\ntxt\nsecond %i %o\n", {"ps"}},
       {"ps\ntxt\nconv %i %o #\n", {"ps"}},
       {"##\n#\r#\r\nps#\ntxt\nconv %i %o\n", {"ps"}},

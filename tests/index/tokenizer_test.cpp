@@ -70,14 +70,8 @@ TEST_F(Tokenizer, CutsABlockIntoWords) {
       {"\1abc\1 def ", {"def"}, ""},
       {"\1abc def\1ghi jkl", {"abc", "def", "ghi"}, "jkl"},
       {"\1 abc\1", {}, ""},  // the flag stays set while no word has begun
-      {"\1abc\2"
-       "def\3",
-       {},
-       ""},
-      {" abc\1"
-       "def ghi ",
-       {"abc", "def", "ghi"},
-       ""},
+      {"\1abc\002def\3", {}, ""},
+      {" abc\001def ghi ", {"abc", "def", "ghi"}, ""},
       {"\tabc\tdef\n", {"abc", "def"}, ""},  // these controls are none
       {"\1abc\t\1def\t", {"abc", "def"}, ""},
   };
