@@ -86,8 +86,7 @@ TEST_F(External, NoByteOfAPathMeansAnythingToTheShell) {
       "a\\\nb",
       "\xFF\xFE",
       "\n",
-      "' \" ' \"",
-  };
+      "' \" ' \""};
   const char* places[] = {
       "%s %%i %%o",
       "%s '%%i' %%o",

@@ -13,7 +13,9 @@
 #include <atomic>
 #include <cstdlib>
 #include <map>
+#include <numeric>
 #include <regex>
+#include <set>
 #include <sstream>
 
 namespace veska::test {
@@ -35,21 +37,20 @@ int exitStatus(int status) {
 }
 
 // In the child: never returns.
-[[noreturn]] void become(const std::vector<std::string>& words, const std::string& folder,
+[[noreturn]] void become(std::vector<std::string> words, const std::string& folder,
                          const std::string& out, const std::string& err, bool traced,
                          const Surroundings& surroundings) {
-  std::vector<std::string> texts{VESKA_PROGRAM, "--home", folder + "/home"};
-  texts.insert(texts.end(), words.begin(), words.end());
-  std::vector<char*> arguments;
-  for (std::string& text : texts) arguments.push_back(text.data());
-  arguments.push_back(nullptr);
+  words.insert(words.begin(), {VESKA_PROGRAM, "--home", folder + "/home"});
   std::map<std::string, std::string> values = surroundings.variables;
   values.merge(usualVariables(folder));
   std::vector<std::string> variables;
   for (const auto& [name, value] : values) variables.push_back(name + "=" + value);
-  std::vector<char*> environment;
-  for (std::string& text : variables) environment.push_back(text.data());
-  environment.push_back(nullptr);
+  const auto pointersTo = [](std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (std::string& text : texts) pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+  };
 
   const int input = ::open("/dev/null", O_RDONLY);
   const int output = ::open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
@@ -64,7 +65,7 @@ int exitStatus(int status) {
   }
   ::alarm(surroundings.seconds);
   if (traced) ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-  ::execve(VESKA_PROGRAM, arguments.data(), environment.data());
+  ::execve(VESKA_PROGRAM, pointersTo(words).data(), pointersTo(variables).data());
   ::_exit(127);
 }
 
@@ -78,46 +79,23 @@ std::string normal(std::string text, const std::string& folder) {
 
 std::string sortedLines(const std::string& text) {
   std::istringstream stream(text);
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(stream, line);) lines.push_back(line);
-  std::sort(lines.begin(), lines.end());
-  std::string sorted;
-  for (const std::string& line : lines) sorted += line + "\n";
-  return sorted;
+  std::multiset<std::string> lines;
+  for (std::string line; std::getline(stream, line);) lines.insert(line + "\n");
+  return std::accumulate(lines.begin(), lines.end(), std::string());
 }
 
 bool mayChangeFiles(const __ptrace_syscall_info& info) {
-  const auto number = static_cast<long>(info.entry.nr);
-  switch (number) {
-    case SYS_ftruncate:
-    case SYS_fallocate:
-    case SYS_munmap:
-    case SYS_msync:
-    case SYS_fsync:
-    case SYS_copy_file_range:
-    case SYS_renameat:
-    case SYS_renameat2:
-    case SYS_unlinkat:
-    case SYS_mkdirat:
-    case SYS_symlinkat:
-    case SYS_pwrite64:
+  static const std::set<uint64_t> kCalls = {
+      SYS_ftruncate, SYS_fallocate, SYS_munmap,  SYS_msync,     SYS_fsync,    SYS_copy_file_range,
+      SYS_renameat,  SYS_renameat2, SYS_unlinkat, SYS_mkdirat,  SYS_symlinkat, SYS_pwrite64,
 #ifdef SYS_rename
-    case SYS_rename:
-    case SYS_unlink:
-    case SYS_mkdir:
-    case SYS_symlink:
-    case SYS_rmdir:
+      SYS_rename,    SYS_unlink,    SYS_mkdir,   SYS_symlink,   SYS_rmdir
 #endif
-      return true;
-    case SYS_write:
-      return info.entry.args[0] > 2;
-    case SYS_mmap:
-      return (info.entry.args[3] & MAP_SHARED) != 0;
-    case SYS_openat:
-      return (info.entry.args[2] & O_CREAT) != 0;
-    default:
-      return false;
-  }
+  };
+  const auto& [number, arguments] = info.entry;
+  return kCalls.contains(number) || (number == SYS_write && arguments[0] > 2) ||
+         (number == SYS_mmap && (arguments[3] & MAP_SHARED) != 0) ||
+         (number == SYS_openat && (arguments[2] & O_CREAT) != 0);
 }
 
 }  // namespace

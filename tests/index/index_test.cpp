@@ -150,44 +150,5 @@ TEST_F(Index, SavingElsewhereOrNowhereIsReported) {
   EXPECT_EQ(reports.take(), Texts{});
 }
 
-// A table that cannot take more refuses, keeps its contents, and the index can still be saved.
-TEST_F(Index, TableAtFourGigabytesRefusesMoreAndStaysUsable) {
-  {
-    const IndexPtr index = newIndex();
-    vidxNewFileLinks(index.get());
-    vidxIndexWord(index.get(), "alpha", 36);
-    vidxCompressLinks(index.get());
-    vidxStoreStorage(index.get(), indexPath().c_str());
-  }
-  constexpr uint32_t kSize = 0xFFFFFFF0;
-  for (const char* name : {"words", "files"}) {
-    std::string header = table(name).substr(0, 16);
-    putU32(header, 0, kSize);
-    putU32(header, 4, kSize);
-    const int file = ::open((indexPath() + name).c_str(), O_WRONLY);
-    ASSERT_EQ(pwrite(file, header.data(), 16, 0), 16);
-    ASSERT_EQ(ftruncate(file, off_t{kSize}), 0);
-    close(file);
-  }
-  const std::string refused = "throw:GetHugeSpace:" + std::to_string(uint64_t{kSize} + 1048575);
-  {
-    const IndexPtr index = reopen();
-    index->enableWrite(true);
-    index->wordLinks = new CWordLinks(indexPath() + "temp", 65535, 1048575, true);
-    Reports reports;
-    EXPECT_EQ(vfsAddFile(vidxGetFiles(index.get()), "more"), 0U);
-    EXPECT_EQ(reports.take(), Texts{refused});
-    vidxIndexWord(index.get(), "beta", 36);
-    EXPECT_EQ(reports.take(), Texts{refused});
-    EXPECT_EQ(vidxGetWordsIndexed(index.get()), 0U);
-    vidxIndexWord(index.get(), "alpha", 36);
-    EXPECT_EQ(wordOf(index.get(), "alpha").count, 1U);
-    vidxStoreStorage(index.get(), indexPath().c_str());
-    EXPECT_EQ(reports.take(), Texts{});
-  }
-  const IndexPtr index = reopen();
-  EXPECT_EQ(wordOf(index.get(), "alpha"), (Word{36, 1, 0, 0}));
-}
-
 }  // namespace
 }  // namespace veska::test
