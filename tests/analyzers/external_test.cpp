@@ -66,27 +66,9 @@ TEST_F(External, NoByteOfAPathMeansAnythingToTheShell) {
   std::string every;
   for (int c = 1; c < 256; ++c) every += c == '/' ? '_' : static_cast<char>(c);
   const std::string names[] = {
-      every,
-      "$(touch x)",
-      "`touch x`",
-      "a b",
-      "a\nb",
-      "a'b",
-      "'; touch x; '",
-      "\"$(touch x)\"",
-      "\\",
-      "\\'",
-      "*",
-      "~",
-      "a;b&c",
-      "-rf",
-      "${HOME}",
-      "#x",
-      "!!",
-      "a\\\nb",
-      "\xFF\xFE",
-      "\n",
-      "' \" ' \""};
+      every, "$(touch x)", "`touch x`", "a b", "a\nb",     "a'b", "'; touch x; '", "\"$(touch x)\"",
+      "\\",  "\\'",        "*",         "~",   "a;b&c",    "-rf", "${HOME}",       "#x",
+      "!!",  "a\\\nb",     "\xFF\xFE",  "\n",  "' \" ' \""};
   const char* places[] = {
       "%s %%i %%o",
       "%s '%%i' %%o",

@@ -167,13 +167,13 @@ TEST(PdfText, CompositeFontsUseTheirMaps) {
 
 TEST(PdfUnicode, EveryCharacterHasItsClosestEquivalent) {
   const std::pair<std::u32string_view, std::string_view> cases[] = {
-      {U"A\u00FF\u20AC\u0160", "A\xFF\x80\x8A"},
+      {U"Aÿ\u20ACŠ", "A\xFF\x80\x8A"},
       {U"\uFB03\u0133", "ffiij"},
-      {U"\u2018\u201D\u2014\u2026", "\x91\x94\x97\x85"},
+      {U"‘”—…", "\x91\x94\x97\x85"},
       {U"\u2010\u2212\u2032", "--'"},
-      {U"\u0142\u0151\u0159\u016F\u017C\u0105\u0119\u0107", "loruzaec"},
-      {U"\u1EBF\u1E9E", "\xEA\xDF"},
-      {U"\u0435\u6F22", "  "},
+      {U"łőřůżąęć", "loruzaec"},
+      {U"ếẞ", "\xEA\xDF"},
+      {U"е漢", "  "},
       {U"a\u00ADb\u0301c\u200B", "abc"},
       {U"\uFF26", "F"},
   };

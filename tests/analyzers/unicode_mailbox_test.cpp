@@ -77,7 +77,7 @@ TEST(MailboxReader, FindsSeparatorsWhereverBlocksEnd) {
 TEST(MessageName, HoldsSenderDateAndNumber) {
   const std::pair<std::string, std::string> cases[] = {
       {"From: Ann <a@b>\nDate: 15 Nov 2026 09:18:45 +0100\n", "a@b 2026-11-15 09:18:45-7.eml"},
-      {"From: =?utf-8?Q?J=C3=B6rg?=\n", "J\u00F6rg 2025-01-02 03:04:05-7.eml"},
+      {"From: =?utf-8?Q?J=C3=B6rg?=\n", "Jörg 2025-01-02 03:04:05-7.eml"},
       {"Subject: x\n", "env@x 2025-01-02 03:04:05-7.eml"},
       {"From: a/b\\c\x01\n", "a_b_c_ 2025-01-02 03:04:05-7.eml"},
   };

@@ -47,9 +47,9 @@ std::string run(const std::string& text) { return "<w:r><w:t>" + text + "</w:t><
 TEST(UnicodeWord, KeepsWordsWholeAndParagraphsApart) {
   const std::string cell = "<w:tc><w:p>" + run("c1") + "</w:p><w:p>" + run("c2") + "</w:p></w:tc>";
   const std::pair<std::string, std::string> cases[] = {
-      {"<w:p>" + run("caf") + "<w:proofErr/>" + run("\u00E9 &amp; co") + "</w:p><w:p/><w:p>" +
-           run("b") + "</w:p>",
-       "caf\u00E9 & co\n\nb\n"},
+      {"<w:p>" + run("caf") + "<w:proofErr/>" + run("é &amp; co") + "</w:p><w:p/><w:p>" + run("b") +
+           "</w:p>",
+       "café & co\n\nb\n"},
       {"<w:p><w:r><w:t>a</w:t><w:tab/><w:t>b</w:t><w:br/><w:t>c</w:t><w:noBreakHyphen/><w:t>d"
        "</w:t></w:r></w:p>",
        "a b\nc\u2011d\n"},
@@ -71,8 +71,7 @@ TEST(UnicodeWord, KeepsWordsWholeAndParagraphsApart) {
        "</w:r><w:r><w:rPr><w:vanish w:val='0'/></w:rPr><w:t>yes</w:t></w:r></w:p>",
        "yes\n"},
       {"<ns0:p><ns0:r><ns0:t>other prefix</ns0:t></ns0:r></ns0:p>", "other prefix\n"},
-      {"<w:p><w:r><w:t>a</w:t><w:sym w:char='F0A7'/><w:sym w:char='03B1'/></w:r></w:p>",
-       "a \u03B1\n"},
+      {"<w:p><w:r><w:t>a</w:t><w:sym w:char='F0A7'/><w:sym w:char='03B1'/></w:r></w:p>", "a α\n"},
   };
   for (const auto& [body, text] : cases) {
     EXPECT_EQ(readDocument(word(body), "a.docx").text, text) << body;

@@ -134,8 +134,8 @@ TEST(UnicodePackage, SurvivesDamageAtEveryPlace) {
                   {"_rels/.rels",
                    "<Relationships><Relationship Id='1' Type='x/officeDocument' "
                    "Target='word/document.xml'/></Relationships>"},
-                  {"word/document.xml", "<w:document><w:p><w:r><w:t>caf\u00E9</w:t></w:r></w:p>"}});
-  ASSERT_EQ(readDocument(whole, "a.docx").text, "caf\u00E9\n");
+                  {"word/document.xml", "<w:document><w:p><w:r><w:t>café</w:t></w:r></w:p>"}});
+  ASSERT_EQ(readDocument(whole, "a.docx").text, "café\n");
   const unsigned seed = 5;
   std::mt19937 random(seed);
   size_t read = 0;
@@ -145,7 +145,7 @@ TEST(UnicodePackage, SurvivesDamageAtEveryPlace) {
     for (const std::string& bytes : {damaged, whole.substr(0, i), whole.substr(i)}) {
       const DocumentText document = readDocument(bytes, "a.docx", {.maxExpanded = 1 << 16});
       ASSERT_EQ(validUtf8Prefix(document.text), document.text.size()) << i << ", seed " << seed;
-      read += document.text == "caf\u00E9\n";
+      read += document.text == "café\n";
     }
   }
   EXPECT_GT(read, whole.size() / 3);

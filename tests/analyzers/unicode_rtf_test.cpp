@@ -20,29 +20,29 @@ TEST(UnicodeRtf, BytesAreReadInTheCodePageOfTheirFont) {
       "\\ansi\\ansicpg1253\\deff0{\\fonttbl{\\f0 A;}{\\f1\\fcharset204{\\*\\falt X}B;}"
       "{\\f2\\fcharset128 C;}{\\f3\\fcharset1\\cpg1250 D;}{\\f4\\fcharset2 E;}}";
   const std::pair<std::string, std::string> cases[] = {
-      {"\\'e1\\'e2", "\u03B1\u03B2\n"},
-      {"{\\f1\\'cc\\'ee}\\'e1", "\u041C\u043E\u03B1\n"},
-      {"\\f1\\'cc\\plain\\'e1", "\u041C\u03B1\n"},
-      {"\\f2\\'93\\'fa\\'96{\\b\\'7b}\\'83A", "\u65E5\u672C\u30A2\n"},
-      {"\\f3\\'b3", "\u0142\n"},
+      {"\\'e1\\'e2", "αβ\n"},
+      {"{\\f1\\'cc\\'ee}\\'e1", "Моα\n"},
+      {"\\f1\\'cc\\plain\\'e1", "Мα\n"},
+      {"\\f2\\'93\\'fa\\'96{\\b\\'7b}\\'83A", "日本ア\n"},
+      {"\\f3\\'b3", "ł\n"},
       {"a{\\f4 lll\\u61623?}b", "ab\n"},
-      {"\xE1", "\u03B1\n"},
+      {"\xE1", "α\n"},
   };
   for (const auto& [body, text] : cases) EXPECT_EQ(rtf(body, fonts), text) << body;
-  EXPECT_EQ(rtf("\\'8e", "\\mac"), "\u00E9\n");
-  EXPECT_EQ(rtf("\\'82", "\\pc"), "\u00E9\n");
+  EXPECT_EQ(rtf("\\'8e", "\\mac"), "é\n");
+  EXPECT_EQ(rtf("\\'82", "\\pc"), "é\n");
 }
 
 TEST(UnicodeRtf, UnicodeStandsForItsFallback) {
   const std::pair<const char*, const char*> cases[] = {
-      {"\\u1052?\\u1086\\'3fx", "\u041C\u043Ex\n"},
-      {"\\uc2\\u26085\\'93\\'fax", "\u65E5x\n"},
-      {"\\uc0\\u233 x{\\uc1\\u233 ?}\\u233 y", "\u00E9x\u00E9\u00E9y\n"},
+      {"\\u1052?\\u1086\\'3fx", "Моx\n"},
+      {"\\uc2\\u26085\\'93\\'fax", "日x\n"},
+      {"\\uc0\\u233 x{\\uc1\\u233 ?}\\u233 y", "éxééy\n"},
       {"\\u-10179?\\u-8704?z", "\U0001F600z\n"},
-      {"\\u233\\emdash{}x", "\u00E9x\n"},
-      {"{\\uc5\\u233 ab}cdefg", "\u00E9cdefg\n"},
+      {"\\u233\\emdash{}x", "éx\n"},
+      {"{\\uc5\\u233 ab}cdefg", "écdefg\n"},
       {"a\\u-10179?b\\u0?\\u65535?\\u99999999?c", "abc\n"},
-      {"{\\upr{ansi}{\\*\\ud{\\u1052?}}}x", "\u041Cx\n"},
+      {"{\\upr{ansi}{\\*\\ud{\\u1052?}}}x", "Мx\n"},
   };
   for (const auto& [body, text] : cases) EXPECT_EQ(rtf(body), text) << body;
 }
@@ -52,7 +52,7 @@ TEST(UnicodeRtf, KeepsWordsWholeAndParagraphsApart) {
       {"Hel\\b lo\\b0  wor{\\i ld}\r\n s", "Hello world s\n"},
       {"a\\par b\\line c\\tab d\\\r\ne", "a\n\nb\nc d\n\ne\n"},
       {"a\\cell b\\cell\\row c\\cell\\row d", "a b\nc\nd\n"},
-      {"\\ldblquote q\\rdblquote\\~x\\endash y\\\\\\{\\}", "\u201Cq\u201D x\u2013y\\{}\n"},
+      {"\\ldblquote q\\rdblquote\\~x\\endash y\\\\\\{\\}", "“q” x–y\\{}\n"},
       {"no{\\footnote\\pard the note\\par}te\\par next", "note\n\nthe note\n\nnext\n"},
       {"wo{\\*\\annotation remark}rd", "word\n\nremark\n"},
       {"a{\\pict\\bin4 }}}}{\\*\\blipuid 00ff}ffd8}b", "ab\n"},

@@ -35,21 +35,21 @@ TEST(UnicodeCharset, IsFoundOrDeclared) {
     std::string charset;
     std::string text;
   } cases[] = {
-      {"\uFEFFcaf\u00E9", "", "caf\u00E9\n"},
-      {"caf\u00E9", "ISO-8859-2", "caf\u00E9\n"},
-      {"caf\xE9 cr\xE8me", "", "caf\u00E9 cr\u00E8me\n"},
-      {"caf\xE9", "", "caf\u00E9\n"},
-      {"caf\xE9", "no-such-set", "caf\u00E9\n"},
-      {"caf\xE9", std::string(1, '\0'), "caf\u00E9\n"},
-      {"\x93quoted\x94", "", "\u201Cquoted\u201D\n"},
-      {"\xCC\xEE\xF1\xEA\xE2\xE0", "windows-1251", "\u041C\u043E\u0441\u043A\u0432\u0430\n"},
-      {"\xB3\363d\xBC", "ISO-8859-2", "\u0142\u00F3d\u017A\n"},
-      {"\x82\xA9\x82\xC8", "shift_jis", "\u304B\u306A\n"},
+      {"\uFEFFcafé", "", "café\n"},
+      {"café", "ISO-8859-2", "café\n"},
+      {"caf\xE9 cr\xE8me", "", "café crème\n"},
+      {"caf\xE9", "", "café\n"},
+      {"caf\xE9", "no-such-set", "café\n"},
+      {"caf\xE9", std::string(1, '\0'), "café\n"},
+      {"\x93quoted\x94", "", "“quoted”\n"},
+      {"\xCC\xEE\xF1\xEA\xE2\xE0", "windows-1251", "Москва\n"},
+      {"\xB3\363d\xBC", "ISO-8859-2", "łódź\n"},
+      {"\x82\xA9\x82\xC8", "shift_jis", "かな\n"},
       {"\xFF\xFE" + utf16(russian, true), "", moscow},
       {"\xFE\xFF" + utf16(russian, false), "", moscow},
       {utf16(russian, true), "", moscow},
       {utf16(russian, false), "", moscow},
-      {"\u00E9\u00E8\u00E0\u00FC caf\xE9.", "", "\u00E9\u00E8\u00E0\u00FC caf\u00E9.\n"},
+      {"éèàü caf\xE9.", "", "éèàü café.\n"},
       {"", "", ""},
   };
   for (const auto& c : cases)
@@ -58,14 +58,14 @@ TEST(UnicodeCharset, IsFoundOrDeclared) {
 
 // A file whose beginning is ASCII or UTF-8 may go on otherwise.
 TEST(UnicodeCharset, ReadsStrayBytesOfUtf8TextAsWindows1252) {
-  EXPECT_EQ(decodeAll("caf\u00E9 caf\xE9.", "UTF-8"), "caf\u00E9 caf\u00E9.");
+  EXPECT_EQ(decodeAll("café caf\xE9.", "UTF-8"), "café café.");
   const std::string ascii(100000, 'a');
-  EXPECT_EQ(shown(ascii + " caf\xE9", "a.txt"), ascii + " caf\u00E9\n");
+  EXPECT_EQ(shown(ascii + " caf\xE9", "a.txt"), ascii + " café\n");
 }
 
 TEST(UnicodeCharset, DecodesTheSameInWhateverPieces) {
   const std::string japanese = "\x93\xFA\x96\x7B\x8C\xEA abc \x82\xA9";
-  const std::string mixed = "a\u00E9\u6771\U0001F600z\xE9 \xF0\x9F end";
+  const std::string mixed = "aé東\U0001F600z\xE9 \xF0\x9F end";
   for (const auto& [bytes, charset] :
        {std::pair{japanese, "CP932"}, {mixed, "UTF-8"}, {mixed, "WINDOWS-1252"}}) {
     const std::string whole = decodeAll(bytes, charset);
@@ -114,7 +114,7 @@ TEST(UnicodeKinds, ContentTellsWhatTheNameDoesNot) {
 TEST(UnicodeHtml, ShowsWhatAReaderSees) {
   const std::pair<const char*, const char*> cases[] = {
       {"<title>T &amp; U</title><meta name=Description content='About &eacute;'><p>x",
-       "T & U\n\nAbout \u00E9\n\nx\n"},
+       "T & U\n\nAbout é\n\nx\n"},
       {"in<b>li</b>ne<i> em</i>", "inline em\n"},
       {"<p>one</p><p>two<br>three<div>four</div>", "one\n\ntwo\nthree\nfour\n"},
       {"<table><tr><td>a</td><td>b</td></tr><tr><td>c</table>", "a b\nc\n"},
@@ -123,7 +123,7 @@ TEST(UnicodeHtml, ShowsWhatAReaderSees) {
       {"<![if IE]>x<![endif]>", "x\n"},
       {"&Eacute;t&eacute &notin; &not;in &#233;&#xE9; &#150; &bogus; AT&T &#0; "
        "&CounterClockwiseContourIntegral;",
-       "\u00C9t\u00E9 \u2209 \u00ACin \u00E9\u00E9 \u2013 &bogus; AT&T \uFFFD \u2233\n"},
+       "Été ∉ ¬in éé – &bogus; AT&T \uFFFD \u2233\n"},
       {"<a title='x>y' href=z>link</a> 1 < 2 <3", "link 1 < 2 <3\n"},
       {"<pre>a\n  b\n</pre>c\n   d", "a\n  b\n\nc d\n"},
       {"<img alt='a picture'>x<input value=hidden type=hidden><input type=submit value=Go>",
@@ -131,9 +131,8 @@ TEST(UnicodeHtml, ShowsWhatAReaderSees) {
       {"<textarea>&lt;b> <i>raw</textarea>", "<b> <i>raw\n"},
       {"E=mc<sup>2</sup>, 1<sup>st</sup>", "E=mc2, 1st\n"},
       {"word<sup><a href=#n>12</a></sup>, word<a href=#n><sup>3</sup></a>", "word 12 , word 3\n"},
-      {"\u6771\n  <b>\u4EAC</b>\n\u3002 a\nb \u6771 \u4EAC",
-       "\u6771\u4EAC\u3002 a b \u6771 \u4EAC\n"},
-      {"\uC11C\n\uC6B8 \u6771\na", "\uC11C \uC6B8 \u6771 a\n"},
+      {"東\n  <b>京</b>\n。 a\nb 東 京", "東京。 a b 東 京\n"},
+      {"서\n울 東\na", "서 울 東 a\n"},
       {"tail<p", "tail\n"},
       {"tail &am", "tail &am\n"},
       {"<svg><title>s</title></svg>x", "s\n\nx\n"},
@@ -145,23 +144,22 @@ TEST(UnicodeHtml, ShowsWhatAReaderSees) {
 }
 
 TEST(UnicodeHtml, TakesTheDeclaredCharset) {
-  EXPECT_EQ(shown("<meta charset=windows-1251><p>\xCC\xE8\xF0", "a.html"), "\u041C\u0438\u0440\n");
+  EXPECT_EQ(shown("<meta charset=windows-1251><p>\xCC\xE8\xF0", "a.html"), "Мир\n");
   EXPECT_EQ(shown("<meta http-equiv=Content-Type content='text/html; charset=koi8-r'>\xED\xC9\xD2",
                   "a.html"),
-            "\u041C\u0438\u0440\n");
-  EXPECT_EQ(shown("<?xml version='1.0' encoding='ISO-8859-2'?><a>\xB3</a>", "a.xml"), "\u0142\n");
+            "Мир\n");
+  EXPECT_EQ(shown("<?xml version='1.0' encoding='ISO-8859-2'?><a>\xB3</a>", "a.xml"), "ł\n");
 }
 
 // Tags, references, comments and characters that a block's end cuts.
 TEST(UnicodeHtml, LosesNothingWhereBlocksEnd) {
-  const std::string part = "w\u00F6rd&eacute;<b>s</b> <!-- no --><p class='x'>n<script>x</script>";
-  const std::string wanted = "w\u00F6rd\u00E9s\n\nn ";
+  const std::string part = "wörd&eacute;<b>s</b> <!-- no --><p class='x'>n<script>x</script>";
+  const std::string wanted = "wördés\n\nn ";
   for (size_t shift = 0; shift < part.size(); ++shift) {
     std::string page = "<html>" + std::string(65536 - 6 - shift, '.') + "<br>";
     page += part + part;
     const std::string text = shown(page, "a.html");
-    EXPECT_EQ(text.substr(text.find("w\u00F6rd")),
-              wanted + wanted.substr(0, wanted.size() - 1) + "\n")
+    EXPECT_EQ(text.substr(text.find("wörd")), wanted + wanted.substr(0, wanted.size() - 1) + "\n")
         << shift;
   }
 }

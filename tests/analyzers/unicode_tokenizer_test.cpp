@@ -221,13 +221,12 @@ TEST_F(UnicodeTokenizer, WalkTellsTheSameWordsWithTheirPlaces) {
 
 TEST_F(UnicodeTokenizer, CutsWhatPeopleWrite) {
   const std::pair<const char*, Words> cases[] = {
-      {"Caf\u00E9 CAFE\u0301", {"caf\u00E9", "caf\u00E9"}},
-      {"\u039F\u0394\u039F\u03A3 \u03BF\u03B4\u03CC\u03C2",
-       {"\u03BF\u03B4\u03BF\u03C3", "\u03BF\u03B4\u03CC\u03C3"}},
-      {"don't don\u2019t", {"don", "t", "don", "t"}},
+      {"Café CAFE\u0301", {"café", "café"}},
+      {"ΟΔΟΣ οδός", {"οδοσ", "οδόσ"}},
+      {"don't don’t", {"don", "t", "don", "t"}},
       {"in\u00ADter na\uFEFFtional", {"inter", "national"}},
-      {"\u6771\u4EAC\u90FDtower2\u56DE", {"\u6771\u4EAC", "\u4EAC\u90FD", "tower2", "\u56DE"}},
-      {"\u304B\u3099\u304E", {"\u304C\u304E"}},
+      {"東京都tower2回", {"東京", "京都", "tower2", "回"}},
+      {"か\u3099ぎ", {"がぎ"}},
   };
   for (const auto& [text, words] : cases) EXPECT_EQ(cut(text), words) << text;
 }
@@ -241,20 +240,20 @@ TEST_F(UnicodeTokenizer, BoundsWordsAndRunsOfAnyLength) {
 
   std::string run;
   Words pairs;
-  for (int i = 0; i < 3000; ++i) run += i % 2 ? "\u4EAC" : "\u6771";
-  for (int i = 0; i + 1 < 3000; ++i) pairs.push_back(i % 2 ? "\u4EAC\u6771" : "\u6771\u4EAC");
+  for (int i = 0; i < 3000; ++i) run += i % 2 ? "京" : "東";
+  for (int i = 0; i + 1 < 3000; ++i) pairs.push_back(i % 2 ? "京東" : "東京");
   EXPECT_EQ(cut(run, any), pairs);
 }
 
 TEST(UnicodeMarks, AreTakenOffWhereTheyAreAccents) {
   const std::pair<const char*, const char*> cases[] = {
-      {"caf\u00E9", "cafe"},
-      {"\u0142\u00F3d\u017A", "lodz"},
-      {"sm\u00F8rrebr\u00F8d", "smorrebrod"},
-      {"\u03BF\u03B4\u03CC\u03C3", "\u03BF\u03B4\u03BF\u03C3"},
-      {"\u0451\u043B\u043A\u0430", "\u0435\u043B\u043A\u0430"},
-      {"\u043C\u043E\u0439", "\u043C\u043E\u0439"},
-      {"\u304C\u304E", "\u304C\u304E"},
+      {"café", "cafe"},
+      {"łódź", "lodz"},
+      {"smørrebrød", "smorrebrod"},
+      {"οδόσ", "οδοσ"},
+      {"ёлка", "елка"},
+      {"мой", "мой"},
+      {"がぎ", "がぎ"},
       {"\u0939\u093F\u0928\u094D\u0926\u0940", "\u0939\u093F\u0928\u094D\u0926\u0940"},
   };
   for (const auto& [word, base] : cases) EXPECT_EQ(strippedText(word), base);

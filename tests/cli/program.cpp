@@ -86,10 +86,10 @@ std::string sortedLines(const std::string& text) {
 
 bool mayChangeFiles(const __ptrace_syscall_info& info) {
   static const std::set<uint64_t> kCalls = {
-      SYS_ftruncate, SYS_fallocate, SYS_munmap,  SYS_msync,     SYS_fsync,    SYS_copy_file_range,
-      SYS_renameat,  SYS_renameat2, SYS_unlinkat, SYS_mkdirat,  SYS_symlinkat, SYS_pwrite64,
+      SYS_ftruncate, SYS_fallocate, SYS_munmap,   SYS_msync,   SYS_fsync,     SYS_copy_file_range,
+      SYS_renameat,  SYS_renameat2, SYS_unlinkat, SYS_mkdirat, SYS_symlinkat, SYS_pwrite64,
 #ifdef SYS_rename
-      SYS_rename,    SYS_unlink,    SYS_mkdir,   SYS_symlink,   SYS_rmdir
+      SYS_rename,    SYS_unlink,    SYS_mkdir,    SYS_symlink, SYS_rmdir
 #endif
   };
   const auto& [number, arguments] = info.entry;
