@@ -52,8 +52,8 @@ TEST_F(Display, TurnsABlockIntoText) {
 
 TEST_F(Display, CopiesBlanksThatAreViewable) {
   const IndexPtr index = newIndex();
-  vidxSetValidViewableMask(index.get(), ' ', true);
-  vidxSetValidViewableMask(index.get(), '\t', true);
+  vidxSetValidViewableMask(index, ' ', true);
+  vidxSetValidViewableMask(index, '\t', true);
   EXPECT_EQ(strip(*index->analyzerNamed("generic"), " a\t b\x01 c"), " a  b \nc");
 }
 

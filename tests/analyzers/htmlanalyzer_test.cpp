@@ -46,7 +46,7 @@ TEST_F(Html, LooksUpNamesThatBeginBelowLetters) {
   index->entities["\xE9"] = 'r';
   std::string block = "a&\x21x;b c&\xE9;d ";
   index->analyzerNamed("html")->indexBuffer(block.data(), block.size(), 100, true);
-  EXPECT_EQ(words(index.get()), "aqb crd ");
+  EXPECT_EQ(words(index), "aqb crd ");
 }
 
 TEST_F(Html, ShowsTextWithoutTags) {

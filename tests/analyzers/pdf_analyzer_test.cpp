@@ -18,12 +18,12 @@ class PdfAnalyzer : public DisplayTest {
   // Indexes a file with these bytes. Result: the words, each followed by a blank.
   std::string wordsOf(std::string_view file, unsigned long maxPerFileRead = 1 << 20) const {
     const IndexPtr index = newIndex();
-    vidxSetMaxPerFileRead(index.get(), maxPerFileRead);
-    vidxSetMinWordLength(index.get(), 2);
+    vidxSetMaxPerFileRead(index, maxPerFileRead);
+    vidxSetMinWordLength(index, 2);
     writeFile(path("a.pdf"), file);
     EXPECT_TRUE(index->analyzerNamed("pdf")->indexFile(path("a.pdf").c_str(), 1));
     EXPECT_EQ(index->contentsIndexed, 1u);
-    return words(index.get());
+    return words(index);
   }
 
   std::string displayOf(std::string_view file, unsigned long maxBytes, int lineWidth) const {

@@ -37,13 +37,13 @@ TEST_F(Frame, GuardedCallsGiveTheirFailureValue) {
   const IndexPtr index = newIndex();
   Reports reports;
   index->enableWrite(false);
-  EXPECT_EQ(vfsAddFile(vidxGetFiles(index.get()), "a"), 0U);
-  EXPECT_EQ(vidxGetFileContents(index.get(), 4711, 100, 0, false, 1), nullptr);
-  vidxIndexWord(index.get(), "word", 50);
-  vidxCompressLinks(index.get());
-  vidxIndexExclusions(index.get());
-  vidxStoreStorage(index.get(), path("missing/").c_str());
-  vidxSetIncludePattern(index.get(), 0, "*", "nosuch");
+  EXPECT_EQ(vfsAddFile(vidxGetFiles(index), "a"), 0U);
+  EXPECT_EQ(vidxGetFileContents(index, 4711, 100, 0, false, 1), nullptr);
+  vidxIndexWord(index, "word", 50);
+  vidxCompressLinks(index);
+  vidxIndexExclusions(index);
+  vidxStoreStorage(index, path("missing/").c_str());
+  vidxSetIncludePattern(index, 0, "*", "nosuch");
   EXPECT_EQ(reports.count("throw:"), 6);
   EXPECT_EQ(reports.count("warning:"), 1);
   vfcDeleteContentsObject(nullptr);
@@ -52,14 +52,12 @@ TEST_F(Frame, GuardedCallsGiveTheirFailureValue) {
 
 TEST_F(Frame, UnguardedCallsLetTheErrorPass) {
   {
-    const IndexPtr index = newIndex();
-    vidxNewFileLinks(index.get());
-    vidxStoreStorage(index.get(), indexPath().c_str());
+    const IndexPtr index = linkedIndex();
+    vidxStoreStorage(index, indexPath().c_str());
   }
   std::string links = table("links");
   const IndexPtr index = reopen();
-  EXPECT_EQ(raised([&] { vflGetNextList(vidxGetLinks(index.get()), 0xFFFFFFFF); }),
-            "AssertionFailed:");
+  EXPECT_EQ(raised([&] { vflGetNextList(vidxGetLinks(index), 0xFFFFFFFF); }), "AssertionFailed:");
 }
 
 TEST_F(Frame, RawWriteGoesToDescriptorOne) {

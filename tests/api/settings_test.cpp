@@ -11,7 +11,7 @@ using Settings = IndexTest;
 // Fields that nothing in the engine reads yet, and what clearing does to all.
 TEST_F(Settings, ReachTheirFieldsUntilTheyAreCleared) {
   const IndexPtr index = newIndex();
-  CVeskaIndex* i = index.get();
+  CVeskaIndex* i = index;
   vidxSetMaxWordLength(i, 5);
   vidxSetUseRanking(i, false);
   vidxSetTrackAll(i, false);
@@ -38,21 +38,21 @@ TEST_F(Settings, CountersAreTheHosts) {
                   {vidxSetContentsIndexed, vidxGetContentsIndexed},
                   {vidxSetWordsIndexed, vidxGetWordsIndexed}};
   unsigned long value = 41;
-  for (const auto& counter : counters) counter.set(index.get(), value++);
+  for (const auto& counter : counters) counter.set(index, value++);
   value = 41;
-  for (const auto& counter : counters) EXPECT_EQ(counter.get(index.get()), value++);
-  vidxSetBytesRead(index.get(), 1e18);
-  EXPECT_EQ(vidxGetBytesRead(index.get()), 1e18);
+  for (const auto& counter : counters) EXPECT_EQ(counter.get(index), value++);
+  vidxSetBytesRead(index, 1e18);
+  EXPECT_EQ(vidxGetBytesRead(index), 1e18);
   document("a.txt", "alpha ");
-  indexDocs(index.get());
-  EXPECT_EQ(vidxGetDirectoriesRead(index.get()), 42U);
-  EXPECT_EQ(vidxGetWordsIndexed(index.get()), 45U);
+  indexDocs(index);
+  EXPECT_EQ(vidxGetDirectoriesRead(index), 42U);
+  EXPECT_EQ(vidxGetWordsIndexed(index), 45U);
 }
 
 TEST_F(Settings, TimesCrossTheInterfaceInSecondsSince1904) {
   const IndexPtr index = newIndex();
   constexpr double kEpoch = 2082844800.0;
-  CFileStorage* files = vidxGetFiles(index.get());
+  CFileStorage* files = vidxGetFiles(index);
   const auto id = vfsAddFile(files, "a");
   void* record = vfsGetInfo(files, id);
   EXPECT_EQ(vfiGetFileTimeLastWritten(record), kEpoch) << "a time of 0";
@@ -73,11 +73,11 @@ TEST_F(Settings, TimesCrossTheInterfaceInSecondsSince1904) {
   vfiSetFileTimeLastWritten(record, std::nan(""));
   vfiMarkFileObsolete(record);
   EXPECT_STREQ(vfiGetFileName(record), "\xFF");
-  vidxSetTimeBase(index.get(), kEpoch);
+  vidxSetTimeBase(index, kEpoch);
   EXPECT_EQ(index->timeBase, 0);
-  vidxSetTimeBase(index.get(), kEpoch - 7.5);
+  vidxSetTimeBase(index, kEpoch - 7.5);
   EXPECT_EQ(index->timeBase, -7);
-  for (const double wild : {1e300, -1e300, std::nan("")}) vidxSetTimeBase(index.get(), wild);
+  for (const double wild : {1e300, -1e300, std::nan("")}) vidxSetTimeBase(index, wild);
 }
 
 }  // namespace

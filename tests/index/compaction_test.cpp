@@ -14,17 +14,17 @@ using Chunks = std::vector<std::vector<Link>>;
 TEST_F(Compaction, BytesOfChunks) {
   for (const bool ranking : {true, false}) {
     const IndexPtr index = newIndex();
-    vidxSetUseRanking(index.get(), ranking);
-    vidxNewFileLinks(index.get());
+    vidxSetUseRanking(index, ranking);
+    vidxNewFileLinks(index);
     EXPECT_EQ(index->links->usedBytes(), 20U) << "4 bytes, so that no chunk is at the start";
     // "three" is handed three times, "one" once; the last file of each stays pending.
     for (const unsigned long file : {100UL, 200UL, 300UL, 400UL}) {
-      vidxIndexWord(index.get(), "three", file);
-      vidxIndexWord(index.get(), "three", file);
-      if (file <= 200) vidxIndexWord(index.get(), "one", file);
+      vidxIndexWord(index, "three", file);
+      vidxIndexWord(index, "three", file);
+      if (file <= 200) vidxIndexWord(index, "one", file);
     }
-    vidxIndexWord(index.get(), "pending", 400);
-    vidxCompressLinks(index.get());
+    vidxIndexWord(index, "pending", 400);
+    vidxCompressLinks(index);
     EXPECT_EQ(index->wordLinks, nullptr);
     EXPECT_EQ(access((indexPath() + "temp").c_str(), F_OK), -1);
 
@@ -37,70 +37,65 @@ TEST_F(Compaction, BytesOfChunks) {
     EXPECT_EQ(std::string(static_cast<char*>(index->links->getPointer(20)), expected.size()),
               expected);
     const uint32_t second = 20 + 4 * (ranking ? 5 : 4) + 4;
-    EXPECT_EQ(wordOf(index.get(), "three"), (Word{400, ranking ? 1U : 0U, 20, 0}));
-    EXPECT_EQ(wordOf(index.get(), "one"), (Word{200, 0, second, 0}));
-    EXPECT_EQ(wordOf(index.get(), "pending"), (Word{400, 0, 0, 0}));
+    EXPECT_EQ(wordOf(index, "three"), (Word{400, ranking ? 1U : 0U, 20, 0}));
+    EXPECT_EQ(wordOf(index, "one"), (Word{200, 0, second, 0}));
+    EXPECT_EQ(wordOf(index, "pending"), (Word{400, 0, 0, 0}));
 
     // As a host reads them.
     uint32_t cursor[2] = {20, 0};
     for (const uint32_t file : {300U, 200U, 100U, 0U}) {
-      EXPECT_EQ(vflGetFile(vidxGetLinks(index.get()), cursor), file);
+      EXPECT_EQ(vflGetFile(vidxGetLinks(index), cursor), file);
     }
-    EXPECT_EQ(vflGetNextList(vidxGetLinks(index.get()), cursor[0]), 0U);
+    EXPECT_EQ(vflGetNextList(vidxGetLinks(index), cursor[0]), 0U);
   }
 }
 
 TEST_F(Compaction, LaterRunsChainChunksOfNewLinksOnly) {
-  const IndexPtr index = newIndex();
-  vidxNewFileLinks(index.get());
+  const IndexPtr index = linkedIndex();
   for (const unsigned long file : {100UL, 200UL, 300UL}) {
-    vidxIndexWord(index.get(), "busy", file);
-    vidxIndexWord(index.get(), "idle", file);
+    vidxIndexWord(index, "busy", file);
+    vidxIndexWord(index, "idle", file);
   }
-  vidxCompressLinks(index.get());
-  vidxStoreStorage(index.get(), indexPath().c_str());
+  save(index);
 
-  vidxPrune(index.get());  // begins a rebuild and makes the tables writable
-  vidxIndexWord(index.get(), "busy", 400);
-  vidxIndexWord(index.get(), "busy", 400);
-  vidxIndexWord(index.get(), "busy", 500);
+  vidxPrune(index);  // begins a rebuild and makes the tables writable
+  vidxIndexWord(index, "busy", 400);
+  vidxIndexWord(index, "busy", 400);
+  vidxIndexWord(index, "busy", 500);
   const uint32_t used = index->links->usedBytes();
-  vidxCompressLinks(index.get());
+  vidxCompressLinks(index);
   EXPECT_EQ(index->links->usedBytes(), used + 3 * 5 + 4) << "no chunk for the idle word";
-  vidxPrune(index.get());
-  vidxIndexWord(index.get(), "busy", 600);
-  vidxCompressLinks(index.get());
-  vidxPrune(index.get());
-  vidxCompressLinks(index.get());
-  vidxStoreStorage(index.get(), indexPath().c_str());
-  EXPECT_LINKS(index.get(), "busy", {{{500, 0}}, {{400, 1}, {300, 0}}, {{200, 0}, {100, 0}}});
-  EXPECT_LINKS(index.get(), "idle", {{{200, 0}, {100, 0}}});
-  EXPECT_EQ(wordOf(index.get(), "busy").lastFile, 600U);
-  EXPECT_EQ(wordOf(index.get(), "idle").handed, 0U);
+  vidxPrune(index);
+  vidxIndexWord(index, "busy", 600);
+  vidxCompressLinks(index);
+  vidxPrune(index);
+  save(index);
+  EXPECT_LINKS(index, "busy", {{{500, 0}}, {{400, 1}, {300, 0}}, {{200, 0}, {100, 0}}});
+  EXPECT_LINKS(index, "idle", {{{200, 0}, {100, 0}}});
+  EXPECT_EQ(wordOf(index, "busy").lastFile, 600U);
+  EXPECT_EQ(wordOf(index, "idle").handed, 0U);
 }
 
 // A file whose pairing is pending again keeps its slot empty: it is passed over, not written.
 TEST_F(Compaction, LinksOfTheLastSeenFileArePassedOver) {
-  const IndexPtr index = newIndex();
-  vidxNewFileLinks(index.get());
-  for (const unsigned long file : {100UL, 200UL, 100UL}) vidxIndexWord(index.get(), "word", file);
-  EXPECT_EQ(wordOf(index.get(), "word").handed, 2U);
-  vidxCompressLinks(index.get());
-  EXPECT_EQ(wordOf(index.get(), "word"), (Word{100, 0, 25, 0}));
-  vidxStoreStorage(index.get(), indexPath().c_str());
-  EXPECT_LINKS(index.get(), "word", {{{200, 0}}});
+  const IndexPtr index = linkedIndex();
+  for (const unsigned long file : {100UL, 200UL, 100UL}) vidxIndexWord(index, "word", file);
+  EXPECT_EQ(wordOf(index, "word").handed, 2U);
+  vidxCompressLinks(index);
+  EXPECT_EQ(wordOf(index, "word"), (Word{100, 0, 25, 0}));
+  vidxStoreStorage(index, indexPath().c_str());
+  EXPECT_LINKS(index, "word", {{{200, 0}}});
 }
 
 // More links than one request may ask for: 210,000 entries of 5 bytes.
 TEST_F(Compaction, ChunkLargerThanTheIncrementIsOnePiece) {
-  const IndexPtr index = newIndex();
-  vidxNewFileLinks(index.get());
-  for (uint32_t file = 100; file <= 210100; ++file) vidxIndexWord(index.get(), "word", file);
+  const IndexPtr index = linkedIndex();
+  for (uint32_t file = 100; file <= 210100; ++file) vidxIndexWord(index, "word", file);
   Reports reports;
-  vidxCompressLinks(index.get());
+  vidxCompressLinks(index);
   EXPECT_EQ(reports.take(), Texts{});
-  vidxStoreStorage(index.get(), indexPath().c_str());
-  const auto chunks = chunksOf(table("links"), wordOf(index.get(), "word").chunk);
+  vidxStoreStorage(index, indexPath().c_str());
+  const auto chunks = chunksOf(table("links"), wordOf(index, "word").chunk);
   ASSERT_EQ(chunks.size(), 1U);
   ASSERT_EQ(chunks[0].size(), 210000U);
   EXPECT_EQ(chunks[0].front().first, 210099U);
@@ -108,36 +103,34 @@ TEST_F(Compaction, ChunkLargerThanTheIncrementIsOnePiece) {
 }
 
 TEST_F(Compaction, NewLinksForgetTheChunksAndKeepWhatIsPending) {
-  const IndexPtr index = newIndex();
-  vidxNewFileLinks(index.get());
-  for (const unsigned long file : {100UL, 200UL}) vidxIndexWord(index.get(), "word", file);
-  vidxCompressLinks(index.get());
-  CFileLinks* held = vidxGetLinks(index.get());
-  vidxNewFileLinks(index.get());
-  EXPECT_EQ(wordOf(index.get(), "word"), (Word{200, 0, 0, 0}));
+  const IndexPtr index = linkedIndex();
+  for (const unsigned long file : {100UL, 200UL}) vidxIndexWord(index, "word", file);
+  vidxCompressLinks(index);
+  CFileLinks* held = vidxGetLinks(index);
+  vidxNewFileLinks(index);
+  EXPECT_EQ(wordOf(index, "word"), (Word{200, 0, 0, 0}));
   uint32_t cursor[2] = {20, 0};
   EXPECT_EQ(vflGetFile(held, cursor), 0U) << "a handle held by the host reads nothing";
-  vidxIndexWord(index.get(), "word", 300);
-  vidxCompressLinks(index.get());
-  vidxStoreStorage(index.get(), indexPath().c_str());
-  EXPECT_LINKS(index.get(), "word", {{{200, 0}}});
+  vidxIndexWord(index, "word", 300);
+  save(index);
+  EXPECT_LINKS(index, "word", {{{200, 0}}});
 }
 
 TEST_F(Compaction, ReportsItsStepsAndCannotBeHalted) {
   const IndexPtr index = newIndex();
-  vidxSetShowStatus(index.get(), true);
-  vidxNewFileLinks(index.get());
+  vidxSetShowStatus(index, true);
+  vidxNewFileLinks(index);
   for (const char* word : {"a", "b", "c"}) {
-    vidxIndexWord(index.get(), word, 100);
-    vidxIndexWord(index.get(), word, 200);
+    vidxIndexWord(index, word, 100);
+    vidxIndexWord(index, word, 200);
   }
   Reports reports;
   reports.answer = [](const std::string&) { return false; };
-  vidxCompressLinks(index.get());
+  vidxCompressLinks(index);
   EXPECT_EQ(reports.take(),
             (Texts{"status:CountingCompress:0", "status:CountingCompress:5",
                    "status:CountingCompress:10", "status:CompLinksFmt:0\t50000", "status:Done:"}));
-  EXPECT_NE(wordOf(index.get(), "c").chunk, 0U);
+  EXPECT_NE(wordOf(index, "c").chunk, 0U);
 }
 
 }  // namespace

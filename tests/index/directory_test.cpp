@@ -18,14 +18,14 @@ TEST_F(Directory, RecordsFoldersByPathAndFilesByNameWithTimeAndSize) {
   document("sub/b.txt", "beta gamma ", 5678);
   setTime(docs() + "/sub", 99);
   const IndexPtr index = newIndex();
-  vidxSetDirectoriesRead(index.get(), 41);
-  const auto top = indexDocs(index.get());
-  EXPECT_EQ(vidxGetDirectoriesRead(index.get()), 43U);
-  EXPECT_EQ(vidxGetFilesIndexed(index.get()), 3U) << "a folder counts, the top was added by us";
-  EXPECT_EQ(vidxGetContentsIndexed(index.get()), 2U);
-  EXPECT_EQ(vidxGetBytesRead(index.get()), 17);
+  vidxSetDirectoriesRead(index, 41);
+  const auto top = indexDocs(index);
+  EXPECT_EQ(vidxGetDirectoriesRead(index), 43U);
+  EXPECT_EQ(vidxGetFilesIndexed(index), 3U) << "a folder counts, the top was added by us";
+  EXPECT_EQ(vidxGetContentsIndexed(index), 2U);
+  EXPECT_EQ(vidxGetBytesRead(index), 17);
 
-  CFileStorage* files = vidxGetFiles(index.get());
+  CFileStorage* files = vidxGetFiles(index);
   const auto sub = vfsLookupFile(files, (docs() + "/sub").c_str(), 0);
   const auto a = vfsLookupFile(files, "a.txt", top), b = vfsLookupFile(files, "b.txt", sub);
   ASSERT_TRUE(sub && a && b);
@@ -41,13 +41,13 @@ TEST_F(Directory, RecordsFoldersByPathAndFilesByNameWithTimeAndSize) {
     EXPECT_EQ(vfiGetFileSize(record), e.size);
     EXPECT_EQ(vfiGetFileAttributes(record), 0U);
   }
-  EXPECT_EQ(wordOf(index.get(), "gamma").lastFile, b);
+  EXPECT_EQ(wordOf(index, "gamma").lastFile, b);
 
   // Again: no second record, but what the file now is.
   document("a.txt", "alpha beta ", 4321);
-  vidxIndexDirectory(index.get(), docs().c_str(), top);
-  EXPECT_EQ(recordsOf(index.get()), (Texts{"", "a.txt", "sub", "sub/b.txt"}));
-  EXPECT_EQ(vidxGetFilesIndexed(index.get()), 3U);
+  vidxIndexDirectory(index, docs().c_str(), top);
+  EXPECT_EQ(recordsOf(index), (Texts{"", "a.txt", "sub", "sub/b.txt"}));
+  EXPECT_EQ(vidxGetFilesIndexed(index), 3U);
   EXPECT_EQ(vfiGetFileTimeLastWritten(vfsGetInfo(files, a)), 4321 + 2082844800.0);
   EXPECT_EQ(vfiGetFileSize(vfsGetInfo(files, a)), 11U);
 }
@@ -91,11 +91,11 @@ TEST_F(Directory, TakesWhatTheSettingsAskFor) {
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << c.trackAll << " " << (c.excluded ? c.excluded : "none"));
     const IndexPtr index = newIndex();
-    vidxSetTrackAll(index.get(), c.trackAll);
-    if (c.excluded) exclude(index.get(), c.excluded);
-    indexDocs(index.get());
-    EXPECT_EQ(recordsOf(index.get()), c.records);
-    EXPECT_EQ(vidxGetContentsIndexed(index.get()), c.contents);
+    vidxSetTrackAll(index, c.trackAll);
+    if (c.excluded) exclude(index, c.excluded);
+    indexDocs(index);
+    EXPECT_EQ(recordsOf(index), c.records);
+    EXPECT_EQ(vidxGetContentsIndexed(index), c.contents);
   }
 }
 
@@ -104,10 +104,10 @@ TEST_F(Directory, UpdatingFollowsLinksAndTakesOnlyWhatIsNew) {
   document("old/b.txt", "beta ");
   document("elsewhere/c.txt", "gamma ");
   const IndexPtr index = newIndex();
-  const auto top = vfsAddFile(vidxGetFiles(index.get()), docs().c_str());
-  vidxNewFileLinks(index.get());
-  vidxIndexDirectory(index.get(), docs().c_str(), top);
-  const unsigned long read = vidxGetDirectoriesRead(index.get());
+  const auto top = vfsAddFile(vidxGetFiles(index), docs().c_str());
+  vidxNewFileLinks(index);
+  vidxIndexDirectory(index, docs().c_str(), top);
+  const unsigned long read = vidxGetDirectoriesRead(index);
 
   document("a.txt", "changed ");
   document("new.txt", "delta ");
@@ -117,23 +117,22 @@ TEST_F(Directory, UpdatingFollowsLinksAndTakesOnlyWhatIsNew) {
   document("fresh/deep/f.txt", "eta ");
   ASSERT_EQ(symlink("elsewhere", (docs() + "/linked").c_str()), 0);
   ASSERT_EQ(symlink("nowhere", (docs() + "/dangling.txt").c_str()), 0);
-  exclude(index.get(), "*/no.*");
+  exclude(index, "*/no.*");
   index->updateDirectory(docs().c_str(), top);
-  EXPECT_EQ(
-      recordsOf(index.get()),
-      (Texts{"", "a.txt", "elsewhere", "elsewhere/c.txt", "fresh", "fresh/deep", "fresh/deep/f.txt",
-             "linked", "linked/c.txt", "new.bin", "new.txt", "old", "old/b.txt"}))
+  EXPECT_EQ(recordsOf(index), (Texts{"", "a.txt", "elsewhere", "elsewhere/c.txt", "fresh",
+                                     "fresh/deep", "fresh/deep/f.txt", "linked", "linked/c.txt",
+                                     "new.bin", "new.txt", "old", "old/b.txt"}))
       << "a known folder is not entered, an excluded file not recorded, a link followed";
-  EXPECT_EQ(wordOf(index.get(), "changed").lastFile, 0U);
-  EXPECT_NE(wordOf(index.get(), "eta").lastFile, 0U);
-  EXPECT_EQ(vidxGetDirectoriesRead(index.get()) - read, 5U)
+  EXPECT_EQ(wordOf(index, "changed").lastFile, 0U);
+  EXPECT_NE(wordOf(index, "eta").lastFile, 0U);
+  EXPECT_EQ(vidxGetDirectoriesRead(index) - read, 5U)
       << "fresh and linked, counted here and by their walk, and fresh/deep";
 
-  vidxSetTrackAll(index.get(), false);
+  vidxSetTrackAll(index, false);
   document("late.bin", "x ");
   document("late.txt", "x ");
   index->updateDirectory(docs().c_str(), top);
-  const Texts records = recordsOf(index.get());
+  const Texts records = recordsOf(index);
   EXPECT_EQ(std::count(records.begin(), records.end(), "late.bin"), 0);
   EXPECT_EQ(std::count(records.begin(), records.end(), "late.txt"), 1);
 }
@@ -141,41 +140,39 @@ TEST_F(Directory, UpdatingFollowsLinksAndTakesOnlyWhatIsNew) {
 TEST_F(Directory, ExactUpdatePassesOverLinks) {
   document("sub/a.txt", "alpha ");
   const IndexPtr index = newIndex();
-  const auto top = indexDocs(index.get());
+  const auto top = indexDocs(index);
   ASSERT_EQ(symlink("..", (docs() + "/sub/parent").c_str()), 0);
-  vidxSetExactUpdate(index.get(), true);
-  const auto sub = vfsLookupFile(vidxGetFiles(index.get()), (docs() + "/sub").c_str(), 0);
+  vidxSetExactUpdate(index, true);
+  const auto sub = vfsLookupFile(vidxGetFiles(index), (docs() + "/sub").c_str(), 0);
   index->updateDirectory((docs() + "/sub").c_str(), sub);
   index->updateDirectory(docs().c_str(), top);
-  EXPECT_EQ(recordsOf(index.get()), (Texts{"", "sub", "sub/a.txt"}));
+  EXPECT_EQ(recordsOf(index), (Texts{"", "sub", "sub/a.txt"}));
 }
 
 TEST_F(Directory, OwnFolderIsTestedByExactPath) {
   document("a.txt", "alpha ");
   writeFile(config() + "/note.txt", "secret ");
-  const IndexPtr index = newIndex();
-  vidxNewFileLinks(index.get());
+  const IndexPtr index = linkedIndex();
   Reports reports;
-  const auto top = vfsAddFile(vidxGetFiles(index.get()), path("").c_str());
+  const auto top = vfsAddFile(vidxGetFiles(index), path("").c_str());
   std::string root = path("");
   root.pop_back();
-  vidxIndexDirectory(index.get(), root.c_str(), top);
+  vidxIndexDirectory(index, root.c_str(), top);
   EXPECT_EQ(reports.take(), Texts{"status:Skipped Veska Directory:"}) << "though status is off";
-  EXPECT_NE(wordOf(index.get(), "alpha").lastFile, 0U);
-  EXPECT_EQ(wordOf(index.get(), "secret").lastFile, 0U);
-  EXPECT_NE(vfsLookupFile(vidxGetFiles(index.get()), config().c_str(), 0), 0U)
+  EXPECT_NE(wordOf(index, "alpha").lastFile, 0U);
+  EXPECT_EQ(wordOf(index, "secret").lastFile, 0U);
+  EXPECT_NE(vfsLookupFile(vidxGetFiles(index), config().c_str(), 0), 0U)
       << "its record is made before it is skipped";
 }
 
 // A walk of "/" that ends at its first report, so that it costs nothing.
 TEST_F(Directory, RootHasNoDoubledSlash) {
-  const IndexPtr index = newIndex();
-  vidxNewFileLinks(index.get());
-  vidxSetShowStatus(index.get(), true);
+  const IndexPtr index = linkedIndex();
+  vidxSetShowStatus(index, true);
   Reports reports;
   reports.answer = [](const std::string&) { return false; };
-  const auto root = vfsAddFile(vidxGetFiles(index.get()), "/");
-  vidxIndexDirectory(index.get(), "/", root);
+  const auto root = vfsAddFile(vidxGetFiles(index), "/");
+  vidxIndexDirectory(index, "/", root);
   const Texts lines = reports.take();
   ASSERT_EQ(lines.size(), 2U);
   EXPECT_TRUE(lines[0].starts_with("status:IndexingFile:/") && lines[0][21] != '/') << lines[0];
@@ -186,16 +183,15 @@ TEST_F(Directory, RootHasNoDoubledSlash) {
 TEST_F(Directory, HaltEndsTheWalkAndKeepsWhatWasDone) {
   document("a.txt", "alpha ");
   document("sub/b.txt", "beta ");
-  const IndexPtr index = newIndex();
-  vidxNewFileLinks(index.get());
+  const IndexPtr index = linkedIndex();
   Reports reports;
   reports.answer = [](const std::string&) { return false; };
-  const auto top = vfsAddFile(vidxGetFiles(index.get()), docs().c_str());
-  vidxIndexDirectory(index.get(), docs().c_str(), top);
+  const auto top = vfsAddFile(vidxGetFiles(index), docs().c_str());
+  vidxIndexDirectory(index, docs().c_str(), top);
   EXPECT_EQ(reports.take(), Texts{}) << "status is off: nothing can halt";
-  EXPECT_EQ(recordsOf(index.get()).size(), 4U);
+  EXPECT_EQ(recordsOf(index).size(), 4U);
 
-  vidxSetShowStatus(index.get(), true);
+  vidxSetShowStatus(index, true);
   document("sub/c.txt", "gamma ");
   // The first report is granted, the second, at least a second later, is not.
   int asked = 0;
@@ -204,26 +200,25 @@ TEST_F(Directory, HaltEndsTheWalkAndKeepsWhatWasDone) {
     index->lastStatusTime = 0;
     return ++asked < 2;
   };
-  vidxIndexDirectory(index.get(), docs().c_str(), top);
+  vidxIndexDirectory(index, docs().c_str(), top);
   // Granting sets the time of the last report, so the second one comes only after it was reset.
   EXPECT_LE(reports.count("status:"), 2);
   index->lastStatusTime = 0;
   asked = 2;
-  vidxIndexDirectory(index.get(), docs().c_str(), top);
+  vidxIndexDirectory(index, docs().c_str(), top);
   EXPECT_EQ(reports.take().back(), "throw:HaltRequested:");
   index->lastStatusTime = time(nullptr) + 1000;
-  vidxIndexDirectory(index.get(), docs().c_str(), top);
+  vidxIndexDirectory(index, docs().c_str(), top);
   EXPECT_EQ(reports.take(), Texts{}) << "a second has not gone by";
-  EXPECT_NE(wordOf(index.get(), "gamma").lastFile, 0U);
+  EXPECT_NE(wordOf(index, "gamma").lastFile, 0U);
 }
 
 TEST_F(Directory, MissingFoldersAndDeepOnesAreNoError) {
-  const IndexPtr index = newIndex();
-  vidxNewFileLinks(index.get());
+  const IndexPtr index = linkedIndex();
   Reports reports;
-  vidxIndexDirectory(index.get(), path("missing").c_str(), 36);
+  vidxIndexDirectory(index, path("missing").c_str(), 36);
   EXPECT_EQ(reports.count("throw:"), 0);
-  EXPECT_EQ(vidxGetDirectoriesRead(index.get()), 1U) << "counted before it is opened";
+  EXPECT_EQ(vidxGetDirectoriesRead(index), 1U) << "counted before it is opened";
   // Deeper than a path may be long.
   const std::string here = std::filesystem::current_path();
   std::filesystem::current_path(docs());
@@ -234,9 +229,9 @@ TEST_F(Directory, MissingFoldersAndDeepOnesAreNoError) {
   }
   std::filesystem::current_path(here);
   document("a.txt", "alpha ");
-  indexDocs(index.get());
+  indexDocs(index);
   EXPECT_EQ(reports.count("throw:"), 0);
-  EXPECT_NE(wordOf(index.get(), "alpha").lastFile, 0U);
+  EXPECT_NE(wordOf(index, "alpha").lastFile, 0U);
   // An unlink by full path would fail as well: go down and up again.
   std::filesystem::current_path(docs());
   for (int depth = 0; depth < 30; ++depth) ASSERT_EQ(chdir(name.c_str()), 0);

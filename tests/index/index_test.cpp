@@ -42,12 +42,11 @@ TEST_F(Index, SavedIndexReopensAsItWas) {
     document("one.txt", "alpha beta alpha ");
     document("two.txt", "beta gamma ");
     index->indexExcludedWord("gamma");
-    indexDocs(index.get());
-    vidxCompressLinks(index.get());
-    vidxStoreStorage(index.get(), indexPath().c_str());
+    indexDocs(index);
+    save(index);
     EXPECT_EQ(listTree(indexPath()), (Texts{"files", "hash", "links", "skipped", "words"}));
     EXPECT_FALSE(index->words->isWritable());
-    EXPECT_EQ(vfsAddFile(vidxGetFiles(index.get()), "x"), 0U) << "writing is off now";
+    EXPECT_EQ(vfsAddFile(vidxGetFiles(index), "x"), 0U) << "writing is off now";
   }
   const std::string hashBytes = table("hash"), words = table("words"), files = table("files");
   const HashFile hash(hashBytes);
@@ -67,11 +66,11 @@ TEST_F(Index, SavedIndexReopensAsItWas) {
   }
 
   const IndexPtr index = reopen();
-  EXPECT_EQ(recordsOf(index.get()), (Texts{"", "one.txt", "two.txt"}));
-  EXPECT_EQ(textsOf(vidxGetWords(index.get())).size(), 2U);
-  EXPECT_EQ(textsOf(vidxGetSkipWords(index.get())), Texts{"gamma"});
+  EXPECT_EQ(recordsOf(index), (Texts{"", "one.txt", "two.txt"}));
+  EXPECT_EQ(textsOf(vidxGetWords(index)).size(), 2U);
+  EXPECT_EQ(textsOf(vidxGetSkipWords(index)), Texts{"gamma"});
   Reports reports;
-  vidxIndexWord(index.get(), "alpha", 36);
+  vidxIndexWord(index, "alpha", 36);
   EXPECT_EQ(reports.take(), Texts{"throw:AssertionFailed:"}) << "no word links, not writable";
 }
 
@@ -102,7 +101,7 @@ TEST_F(Index, PathIsGluedToTheTableNames) {
   const std::string bare = path("ix");
   {
     const IndexPtr index(vCreateNewIndex(true, bare.c_str()));
-    vidxStoreStorage(index.get(), bare.c_str());
+    vidxStoreStorage(index, bare.c_str());
     EXPECT_NE(IndexPtr(vCreateNewIndex(false, bare.c_str())), nullptr);
   }
   for (const char* name : {"files", "words", "skipped", "links", "hash"}) {
@@ -116,37 +115,37 @@ TEST_F(Index, EmptyingKeepsSkipWordsOnly) {
   const IndexPtr index = newIndex();
   document("one.txt", "alpha beta ");
   index->indexExcludedWord("beta");
-  indexDocs(index.get());
-  vidxSetIsUpdate(index.get(), true);
-  vidxSetBytesRead(index.get(), 17);
-  vidxEmptyIndex(index.get());
+  indexDocs(index);
+  vidxSetIsUpdate(index, true);
+  vidxSetBytesRead(index, 17);
+  vidxEmptyIndex(index);
   EXPECT_FALSE(index->isUpdate);
-  EXPECT_EQ(vidxGetLinks(index.get()), nullptr);
-  EXPECT_EQ(vtsGetFirst(vidxGetWords(index.get())), 0U);
-  EXPECT_EQ(vfsGetFirst(vidxGetFiles(index.get())), 0U);
-  EXPECT_NE(vtsLookup(vidxGetSkipWords(index.get()), "beta"), 0U);
-  EXPECT_EQ(vidxGetDirectoriesRead(index.get()) + vidxGetFilesIndexed(index.get()) +
-                vidxGetContentsIndexed(index.get()) + vidxGetWordsIndexed(index.get()),
+  EXPECT_EQ(vidxGetLinks(index), nullptr);
+  EXPECT_EQ(vtsGetFirst(vidxGetWords(index)), 0U);
+  EXPECT_EQ(vfsGetFirst(vidxGetFiles(index)), 0U);
+  EXPECT_NE(vtsLookup(vidxGetSkipWords(index), "beta"), 0U);
+  EXPECT_EQ(vidxGetDirectoriesRead(index) + vidxGetFilesIndexed(index) +
+                vidxGetContentsIndexed(index) + vidxGetWordsIndexed(index),
             0U);
-  EXPECT_EQ(vidxGetBytesRead(index.get()), 0);
+  EXPECT_EQ(vidxGetBytesRead(index), 0);
 
   // It can be filled, or saved as it is, and opened again.
-  vidxStoreStorage(index.get(), indexPath().c_str());
+  vidxStoreStorage(index, indexPath().c_str());
   EXPECT_NE(reopen(), nullptr);
-  vidxEmptyIndex(index.get());
-  indexDocs(index.get());
-  EXPECT_EQ(textsOf(vidxGetWords(index.get())), Texts{"alpha"});
-  vidxCompressLinks(index.get());
+  vidxEmptyIndex(index);
+  indexDocs(index);
+  EXPECT_EQ(textsOf(vidxGetWords(index)), Texts{"alpha"});
+  vidxCompressLinks(index);
 }
 
 TEST_F(Index, SavingElsewhereOrNowhereIsReported) {
   const IndexPtr index = newIndex();
   Reports reports;
   const std::string nowhere = path("missing/");
-  vidxStoreStorage(index.get(), nowhere.c_str());
+  vidxStoreStorage(index, nowhere.c_str());
   EXPECT_EQ(reports.take(), Texts{"throw:StorageReadError:" + nowhere});
   EXPECT_FALSE(index->words->isWritable());
-  vidxStoreStorage(index.get(), indexPath().c_str());
+  vidxStoreStorage(index, indexPath().c_str());
   EXPECT_EQ(reports.take(), Texts{});
 }
 

@@ -60,7 +60,7 @@ TEST_F(PatternsOracle, ShortNamesAgreeWithTheRules) {
                 slowNameMatch(name.c_str(), pattern.c_str()))
           << "name";
       if (name.empty() && pattern.starts_with('*')) continue;
-      ASSERT_EQ(vidxDirMatch(index.get(), name.c_str(), pattern.c_str()),
+      ASSERT_EQ(vidxDirMatch(index, name.c_str(), pattern.c_str()),
                 slowDirMatch(name.c_str(), pattern.c_str()))
           << "folder";
     }
@@ -76,9 +76,9 @@ TEST_F(PatternsOracle, HostilePatternsAreAnsweredAtOnce) {
   EXPECT_FALSE(termMatch(name.c_str(), (stars + "b").c_str()));
   EXPECT_FALSE(vFileNameMatch(name.c_str(), (stars + "*b").c_str()));
   EXPECT_FALSE(termMatch(name.c_str(), (repeated("*a?", 30) + "b").c_str()));
-  EXPECT_FALSE(vidxDirMatch(index.get(), name.c_str(), (stars + "b/").c_str()));
-  EXPECT_FALSE(vidxDoesWordMatch(index.get(), name.c_str(), (stars + "b").c_str()));
-  EXPECT_TRUE(vidxDoesWordMatch(index.get(), (name + "b").c_str(), (stars + "b").c_str()));
+  EXPECT_FALSE(vidxDirMatch(index, name.c_str(), (stars + "b/").c_str()));
+  EXPECT_FALSE(vidxDoesWordMatch(index, name.c_str(), (stars + "b").c_str()));
+  EXPECT_TRUE(vidxDoesWordMatch(index, (name + "b").c_str(), (stars + "b").c_str()));
   // Stars before literal operators, where every level negates the next.
   const std::string carets(4000, '^');
   for (const char* unit : {"*^", "*^^", "*^*"}) {
@@ -92,7 +92,7 @@ TEST_F(PatternsOracle, HostilePatternsAreAnsweredAtOnce) {
   const std::string longName(1000000, 'a');
   EXPECT_TRUE(termMatch(longName.c_str(), "*a*a*a*"));
   EXPECT_FALSE(termMatch(longName.c_str(), "*a*a*b"));
-  EXPECT_FALSE(vidxDoesWordMatch(index.get(), longName.c_str(), "*a*a*b"));
+  EXPECT_FALSE(vidxDoesWordMatch(index, longName.c_str(), "*a*a*b"));
 }
 
 TEST_F(PatternsOracle, QueryTermsAgreeWithTheRules) {
@@ -106,14 +106,14 @@ TEST_F(PatternsOracle, QueryTermsAgreeWithTheRules) {
   for (const auto& setting : settings) {
     const IndexPtr index = newIndex();
     const auto set = setting.trailing ? vidxSetValidTrailingMask : vidxSetValidCharMask;
-    set(index.get(), '*', setting.star);
-    set(index.get(), '?', setting.question);
+    set(index, '*', setting.star);
+    set(index, '?', setting.question);
     Generator words(kSeed, "abA*?\xE9"), terms(kSeed + 1, "abA*?\xE9");
     Generator plainWords(kSeed, "ab"), plainTerms(kSeed + 1, "ab*?");
     for (int round = 0; round < 30000; ++round) {
       const std::string word = round % 2 != 0 ? words(6) : plainWords(7);
       const std::string term = round % 2 != 0 ? terms(6) : plainTerms(6);
-      ASSERT_EQ(vidxDoesWordMatch(index.get(), word.c_str(), term.c_str()),
+      ASSERT_EQ(vidxDoesWordMatch(index, word.c_str(), term.c_str()),
                 slowWordMatch(word.c_str(), term.c_str(), setting.wild))
           << testing::PrintToString(word) << " term " << testing::PrintToString(term) << " wild "
           << setting.wild;
@@ -160,7 +160,7 @@ TEST_F(PatternsOracle, WellKnownExamples) {
       {"/Home/Joe/docs", "/home/joe/docs/a", false},
   };
   for (const auto& c : folders) {
-    EXPECT_EQ(vidxDirMatch(index.get(), c.path, c.pattern), c.matches) << c.path << c.pattern;
+    EXPECT_EQ(vidxDirMatch(index, c.path, c.pattern), c.matches) << c.path << c.pattern;
   }
   const struct {
     const char *word, *term;
@@ -171,7 +171,7 @@ TEST_F(PatternsOracle, WellKnownExamples) {
       {"", "", true},          {"a", "", false},
   };
   for (const auto& c : words) {
-    EXPECT_EQ(vidxDoesWordMatch(index.get(), c.word, c.term), c.matches) << c.word << " " << c.term;
+    EXPECT_EQ(vidxDoesWordMatch(index, c.word, c.term), c.matches) << c.word << " " << c.term;
   }
 }
 

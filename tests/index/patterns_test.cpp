@@ -8,15 +8,15 @@ using Patterns = IndexTest;
 TEST_F(Patterns, FirstMatchingSlotDecidesEvenWithoutAnAnalyzer) {
   const IndexPtr index = newIndex();
   EXPECT_EQ(index->analyzerThatMatches("/d/a.doc"), nullptr);
-  vidxSetIncludeCount(index.get(), 4);
+  vidxSetIncludeCount(index, 4);
   Reports reports;
-  vidxSetIncludePattern(index.get(), 0, "*.DOC", "nosuch");
+  vidxSetIncludePattern(index, 0, "*.DOC", "nosuch");
   EXPECT_EQ(reports.take(), Texts{"warning:AnalyzerNotFound:nosuch"});
-  vidxSetIncludePattern(index.get(), 1, "*.do?", "macroman");
-  vidxSetIncludePattern(index.get(), 2, "*.txt|*.asc", nullptr);
-  vidxSetIncludePattern(index.get(), 3, "*", "");
-  vidxSetIncludePattern(index.get(), 4, "*.doc", "dosoem");
-  vidxSetIncludePattern(index.get(), -1, "*.doc", "dosoem");
+  vidxSetIncludePattern(index, 1, "*.do?", "macroman");
+  vidxSetIncludePattern(index, 2, "*.txt|*.asc", nullptr);
+  vidxSetIncludePattern(index, 3, "*", "");
+  vidxSetIncludePattern(index, 4, "*.doc", "dosoem");
+  vidxSetIncludePattern(index, -1, "*.doc", "dosoem");
   EXPECT_EQ(reports.take(), Texts{});
 
   CFileAnalyzer* generic = index->analyzerNamed("generic");
@@ -28,12 +28,12 @@ TEST_F(Patterns, FirstMatchingSlotDecidesEvenWithoutAnAnalyzer) {
   EXPECT_EQ(index->analyzerNamed("Generic"), nullptr);
 
   // The analyzer that a slot had before stays when the new name is unknown.
-  vidxSetIncludePattern(index.get(), 1, "*.xyz", "nosuch");
+  vidxSetIncludePattern(index, 1, "*.xyz", "nosuch");
   EXPECT_EQ(index->analyzerThatMatches("/d/a.xyz"), index->analyzerNamed("macroman"));
   EXPECT_STREQ(index->includePatterns[1], "*.xyz");
   EXPECT_EQ(index->includePatterns[4], nullptr);
 
-  vidxSetIncludeCount(index.get(), 0);
+  vidxSetIncludeCount(index, 0);
   EXPECT_EQ(index->includePatterns, nullptr);
   EXPECT_EQ(index->analyzerThatMatches("/d/a.txt"), nullptr);
 }
@@ -41,21 +41,21 @@ TEST_F(Patterns, FirstMatchingSlotDecidesEvenWithoutAnAnalyzer) {
 TEST_F(Patterns, ExcludePatternsAreWholePatterns) {
   const IndexPtr index = newIndex();
   EXPECT_FALSE(index->isExcluded("/d/a.txt"));
-  vidxSetExcludeCount(index.get(), 2);
+  vidxSetExcludeCount(index, 2);
   EXPECT_FALSE(index->isExcluded("/d/a.txt")) << "empty slots end the list";
-  vidxSetExcludePattern(index.get(), 0, "*.txt ^ */old/*");
-  vidxSetExcludePattern(index.get(), 1, "*/cache|*/tmp");
-  vidxSetExcludePattern(index.get(), 2, "*");
+  vidxSetExcludePattern(index, 0, "*.txt ^ */old/*");
+  vidxSetExcludePattern(index, 1, "*/cache|*/tmp");
+  vidxSetExcludePattern(index, 2, "*");
   EXPECT_TRUE(index->isExcluded("/d/a.txt"));
   EXPECT_FALSE(index->isExcluded("/d/old/a.txt"));
   EXPECT_TRUE(index->isExcluded("/d/CACHE"));
   EXPECT_TRUE(index->isExcluded("/d/cached")) << "a term before an operator is a prefix";
   EXPECT_FALSE(index->isExcluded("/d/tmpfile"));
-  vidxSetExcludeCount(index.get(), 0);
+  vidxSetExcludeCount(index, 0);
   EXPECT_FALSE(index->isExcluded("/d/a.txt"));
-  vidxSetExcludeCount(index.get(), 1);
-  vidxSetExcludePattern(index.get(), 0, "*x");
-  vidxSetExcludePattern(index.get(), 0, "*y");
+  vidxSetExcludeCount(index, 1);
+  vidxSetExcludePattern(index, 0, "*x");
+  vidxSetExcludePattern(index, 0, "*y");
   EXPECT_TRUE(index->isExcluded("y"));
   EXPECT_FALSE(index->isExcluded("x"));
 }

@@ -24,10 +24,10 @@ TEST_F(Pruning, MarksWhatVanishedAndIndexesAnewWhatChanged) {
   setTime(docs() + "/sub", 1000);
   setTime(docs() + "/vanished", 1000);
   IndexPtr index = newIndex();
-  const auto top = indexDocs(index.get());
-  CFileStorage* files = vidxGetFiles(index.get());
-  vidxSetContentsIndexed(index.get(), 100);
-  vidxSetFilesIndexed(index.get(), 200);
+  const auto top = indexDocs(index);
+  CFileStorage* files = vidxGetFiles(index);
+  vidxSetContentsIndexed(index, 100);
+  vidxSetFilesIndexed(index, 200);
 
   std::filesystem::remove(docs() + "/gone.txt");
   std::filesystem::remove_all(docs() + "/vanished");
@@ -38,9 +38,9 @@ TEST_F(Pruning, MarksWhatVanishedAndIndexesAnewWhatChanged) {
   setTime(docs() + "/sub", 3000);
   document("unseen.txt", "after ", 3000);
   setTime(docs(), 2000);
-  EXPECT_EQ(prune(index.get(), 2000), Texts{});
+  EXPECT_EQ(prune(index, 2000), Texts{});
 
-  const Texts records = recordsOf(index.get());
+  const Texts records = recordsOf(index);
   const auto has = [&](const std::string& name) {
     return std::count(records.begin(), records.end(), name);
   };
@@ -51,63 +51,63 @@ TEST_F(Pruning, MarksWhatVanishedAndIndexesAnewWhatChanged) {
   EXPECT_EQ(has("same.txt"), 1) << "its time is not later than the reference";
   EXPECT_EQ(has("sub/new.txt"), 1) << "its folder is newer";
   EXPECT_EQ(has("unseen.txt"), 0) << "its folder is not";
-  EXPECT_EQ(vidxGetContentsIndexed(index.get()), 102U) << "kept.txt once, and sub/new.txt";
-  EXPECT_EQ(vidxGetFilesIndexed(index.get()), 202U);
+  EXPECT_EQ(vidxGetContentsIndexed(index), 102U) << "kept.txt once, and sub/new.txt";
+  EXPECT_EQ(vidxGetFilesIndexed(index), 202U);
 
   const auto kept = vfsLookupFile(files, "kept.txt", top);
-  EXPECT_EQ(wordOf(index.get(), "again").lastFile, kept);
+  EXPECT_EQ(wordOf(index, "again").lastFile, kept);
   EXPECT_EQ(vfiGetFileSize(vfsGetInfo(files, kept)), 12U);
   EXPECT_EQ(vfiGetFileTimeLastWritten(vfsGetInfo(files, kept)), 3000 + kEpoch);
   const auto bin = vfsLookupFile(files, "b.bin", top);
   EXPECT_EQ(vfiGetFileSize(vfsGetInfo(files, bin)), 18U) << "no analyzer: its record is refreshed";
-  vidxCompressLinks(index.get());
+  vidxCompressLinks(index);
 
   // Nothing more to do, and obsolete records are not visited again.
   const auto used = index->files->usedBytes();
-  EXPECT_EQ(prune(index.get(), 4000), Texts{});
+  EXPECT_EQ(prune(index, 4000), Texts{});
   EXPECT_EQ(index->files->usedBytes(), used);
-  EXPECT_EQ(recordsOf(index.get()), records);
+  EXPECT_EQ(recordsOf(index), records);
 }
 
 TEST_F(Pruning, TrackAllOffLeavesRecordsWithoutAnalyzerAlone) {
   document("a.txt", "before ", 1000);
   document("b.bin", "before ", 1000);
   const IndexPtr index = newIndex();
-  const auto top = indexDocs(index.get());
+  const auto top = indexDocs(index);
   document("a.txt", "after now ", 3000);
   document("b.bin", "after now ", 3000);
-  vidxSetTrackAll(index.get(), false);
-  vidxSetExcludeCount(index.get(), 1);
-  vidxSetExcludePattern(index.get(), 0, "*/a.*");
-  prune(index.get(), 2000);
-  CFileStorage* files = vidxGetFiles(index.get());
+  vidxSetTrackAll(index, false);
+  vidxSetExcludeCount(index, 1);
+  vidxSetExcludePattern(index, 0, "*/a.*");
+  prune(index, 2000);
+  CFileStorage* files = vidxGetFiles(index);
   for (const char* name : {"a.txt", "b.bin"}) {
     EXPECT_EQ(vfiGetFileSize(vfsGetInfo(files, vfsLookupFile(files, name, top))), 7U) << name;
   }
-  EXPECT_EQ(wordOf(index.get(), "now").lastFile, 0U);
+  EXPECT_EQ(wordOf(index, "now").lastFile, 0U);
 }
 
 TEST_F(Pruning, MembersOfFilesArePassedOver) {
   document("a.txt", "before ", 1000);
   const IndexPtr index = newIndex();
-  const auto top = indexDocs(index.get());
-  CFileStorage* files = vidxGetFiles(index.get());
+  const auto top = indexDocs(index);
+  CFileStorage* files = vidxGetFiles(index);
   const auto member = vfsAddFile(files, "member");
   vfiSetFileParentID(vfsGetInfo(files, member),
                      static_cast<uint32_t>(vfsLookupFile(files, "a.txt", top)));
-  prune(index.get(), 0);
+  prune(index, 0);
   EXPECT_STREQ(vfiGetFileName(vfsGetInfo(files, member)), "member");
 }
 
 TEST_F(Pruning, BrokenParentIsToldAndWrittenDown) {
   document("a.txt", "before ", 1000);
   const IndexPtr index = newIndex();
-  const auto top = indexDocs(index.get());
-  const auto a = vfsLookupFile(vidxGetFiles(index.get()), "a.txt", top);
-  vfiSetFileParentID(vfsGetInfo(vidxGetFiles(index.get()), a), 0x7FFF0000);
+  const auto top = indexDocs(index);
+  const auto a = vfsLookupFile(vidxGetFiles(index), "a.txt", top);
+  vfiSetFileParentID(vfsGetInfo(vidxGetFiles(index), a), 0x7FFF0000);
   const std::string here = std::filesystem::current_path();
   std::filesystem::current_path(path(""));
-  EXPECT_EQ(prune(index.get(), 2000), Texts{"throw:PruneParentError:"});
+  EXPECT_EQ(prune(index, 2000), Texts{"throw:PruneParentError:"});
   std::filesystem::current_path(here);
   char expected[200];
   std::snprintf(expected, sizeof expected, "Name a.txt\nnFile %lx\npFileInfo->m_nParent 7fff0000\n",
@@ -119,17 +119,17 @@ TEST_F(Pruning, ReportsProgressAndHaltsWhenAsked) {
   document("a.txt", "before ", 1000);
   document("b.txt", "before ", 1000);
   const IndexPtr index = newIndex();
-  indexDocs(index.get());
-  vidxSetShowStatus(index.get(), true);
-  EXPECT_EQ(prune(index.get(), 2000), Texts{"status:UpdatingStatus:1/2"}) << "then once a second";
+  indexDocs(index);
+  vidxSetShowStatus(index, true);
+  EXPECT_EQ(prune(index, 2000), Texts{"status:UpdatingStatus:1/2"}) << "then once a second";
   index->lastStatusTime = 0;
   std::filesystem::remove(docs() + "/a.txt");
   std::filesystem::remove(docs() + "/b.txt");
   Reports reports;
   reports.answer = [](const std::string&) { return false; };
-  vidxPrune(index.get());
+  vidxPrune(index);
   EXPECT_EQ(reports.take(), (Texts{"status:UpdatingStatus:1/2", "throw:HaltRequested:"}));
-  EXPECT_EQ(recordsOf(index.get()), (Texts{"", "a.txt", "b.txt"}));
+  EXPECT_EQ(recordsOf(index), (Texts{"", "a.txt", "b.txt"}));
 }
 
 TEST_F(Pruning, ExactUpdateGoesByWhatTheRecordSays) {
@@ -137,32 +137,32 @@ TEST_F(Pruning, ExactUpdateGoesByWhatTheRecordSays) {
     document(name, "before ", 5000);
   }
   const IndexPtr index = newIndex();
-  const auto top = indexDocs(index.get());
-  vidxSetExactUpdate(index.get(), true);
+  const auto top = indexDocs(index);
+  vidxSetExactUpdate(index, true);
   document("older.txt", "newer11 ", 4000);      // an older time, as of a restored copy
   document("longer.txt", "muchlonger ", 5000);  // the same time, another size
   document("sub/new.txt", "inside ", 1);
   setTime(docs() + "/sub", 1);
   setTime(docs(), 1);
   ASSERT_EQ(symlink("..", (docs() + "/sub/up").c_str()), 0);
-  prune(index.get(), 9000);
-  EXPECT_NE(wordOf(index.get(), "newer11").lastFile, 0U);
-  EXPECT_NE(wordOf(index.get(), "muchlonger").lastFile, 0U);
-  EXPECT_NE(wordOf(index.get(), "inside").lastFile, 0U);
-  vidxCompressLinks(index.get());
+  prune(index, 9000);
+  EXPECT_NE(wordOf(index, "newer11").lastFile, 0U);
+  EXPECT_NE(wordOf(index, "muchlonger").lastFile, 0U);
+  EXPECT_NE(wordOf(index, "inside").lastFile, 0U);
+  vidxCompressLinks(index);
 
-  const Texts records = recordsOf(index.get());
-  const unsigned long contents = vidxGetContentsIndexed(index.get());
-  prune(index.get(), 0);
-  EXPECT_EQ(recordsOf(index.get()), records) << "nothing changed since";
-  EXPECT_EQ(vidxGetContentsIndexed(index.get()), contents);
-  EXPECT_NE(vfsLookupFile(vidxGetFiles(index.get()), "same.txt", top), 0U);
-  vidxCompressLinks(index.get());
+  const Texts records = recordsOf(index);
+  const unsigned long contents = vidxGetContentsIndexed(index);
+  prune(index, 0);
+  EXPECT_EQ(recordsOf(index), records) << "nothing changed since";
+  EXPECT_EQ(vidxGetContentsIndexed(index), contents);
+  EXPECT_NE(vfsLookupFile(vidxGetFiles(index), "same.txt", top), 0U);
+  vidxCompressLinks(index);
 
   // A file that was cut short by a halt keeps time 0 and is taken again.
   document("cut.txt", "first second third ", 5000);
-  vidxSetShowStatus(index.get(), true);
-  vidxSetStatusLevel(index.get(), 2);
+  vidxSetShowStatus(index, true);
+  vidxSetStatusLevel(index, 2);
   {
     Reports reports;
     reports.answer = [&](const std::string& key) {
@@ -170,14 +170,14 @@ TEST_F(Pruning, ExactUpdateGoesByWhatTheRecordSays) {
       return key != "BytesIndexing";
     };
     index->lastStatusTime = 0;
-    vidxPrune(index.get());
+    vidxPrune(index);
   }
-  vidxSetShowStatus(index.get(), false);
-  vidxCompressLinks(index.get());
-  prune(index.get(), 0);
-  const auto cut = vfsLookupFile(vidxGetFiles(index.get()), "cut.txt", top);
-  EXPECT_EQ(wordOf(index.get(), "third").lastFile, cut);
-  EXPECT_EQ(vfiGetFileTimeLastWritten(vfsGetInfo(vidxGetFiles(index.get()), cut)), 5000 + kEpoch);
+  vidxSetShowStatus(index, false);
+  vidxCompressLinks(index);
+  prune(index, 0);
+  const auto cut = vfsLookupFile(vidxGetFiles(index), "cut.txt", top);
+  EXPECT_EQ(wordOf(index, "third").lastFile, cut);
+  EXPECT_EQ(vfiGetFileTimeLastWritten(vfsGetInfo(vidxGetFiles(index), cut)), 5000 + kEpoch);
 }
 
 }  // namespace

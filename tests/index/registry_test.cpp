@@ -62,8 +62,7 @@ TEST_F(Registry, FileOf65535BytesIsRefusedAndTheBuiltInAnalyzersStay) {
   EXPECT_EQ(externals(bytes), Texts{"ps"});
   writeFile(file, bytes + "\n");
   const IndexPtr index(vCreateNewIndex(true, indexPath().c_str()));
-  EXPECT_EQ(raised([&] { vidxCreateAnalyzers(index.get()); }),
-            "externalAnalyzersFileTooBig:" + file);
+  EXPECT_EQ(raised([&] { vidxCreateAnalyzers(index); }), "externalAnalyzersFileTooBig:" + file);
   EXPECT_NE(index->analyzerNamed("generic"), nullptr);
   EXPECT_EQ(index->analyzerNamed("ps"), nullptr);
 }
@@ -82,11 +81,11 @@ class Recorder : public CFileAnalyzer {
 
 TEST_F(Registry, NamesTheTemporaryFileOfAMember) {
   const IndexPtr index = newIndex();
-  auto* recorder = new Recorder(index.get());
+  auto* recorder = new Recorder(index);
   index->analyzers["recorder"] = recorder;
-  vidxSetIncludeCount(index.get(), 2);
-  vidxSetIncludePattern(index.get(), 0, "*.box", "recorder");
-  vidxSetIncludePattern(index.get(), 1, "*.txt", "generic");
+  vidxSetIncludeCount(index, 2);
+  vidxSetIncludePattern(index, 0, "*.box", "recorder");
+  vidxSetIncludePattern(index, 1, "*.txt", "generic");
   const std::string temp = engineTemp();
   EXPECT_EQ(index->extractToTempFile("/x/a.box", "docs/readme.txt", 7), temp + "/tmp7.txt");
   EXPECT_EQ(index->extractToTempFile("/x/a.box", "README", 7), temp + "/tmp7.README");

@@ -12,13 +12,13 @@ class Tokenizer : public IndexTest {
   void SetUp() override {
     IndexTest::SetUp();
     index_ = newIndex();
-    vidxNewFileLinks(index_.get());
+    vidxNewFileLinks(index_);
   }
   void TearDown() override {
     index_.reset();
     IndexTest::TearDown();
   }
-  CVeskaIndex* index() { return index_.get(); }
+  CVeskaIndex* index() { return index_; }
 
   // Starts over with an empty word table.
   void empty() {

@@ -6,32 +6,31 @@ namespace {
 using Words = IndexTest;
 
 TEST_F(Words, PairingIsHandedOverWhenTheNextFileBegins) {
-  const IndexPtr index = newIndex();
-  vidxNewFileLinks(index.get());
-  vidxIndexWord(index.get(), "word", 50);
-  EXPECT_EQ(wordOf(index.get(), "word"), (Word{50, 0, 0, 0}));
-  vidxIndexWord(index.get(), "word", 50);
-  EXPECT_EQ(wordOf(index.get(), "word"), (Word{50, 1, 0, 0}));
+  const IndexPtr index = linkedIndex();
+  vidxIndexWord(index, "word", 50);
+  EXPECT_EQ(wordOf(index, "word"), (Word{50, 0, 0, 0}));
+  vidxIndexWord(index, "word", 50);
+  EXPECT_EQ(wordOf(index, "word"), (Word{50, 1, 0, 0}));
   EXPECT_EQ(index->wordLinks->usedBytes(), 16U) << "nothing is written until then";
-  vidxIndexWord(index.get(), "WORD", 70);
-  EXPECT_EQ(wordOf(index.get(), "word"), (Word{70, 0, 0, 1}));
-  EXPECT_EQ(vidxGetWordsIndexed(index.get()), 1U);
-  const auto id = static_cast<uint32_t>(vtsLookup(vidxGetWords(index.get()), "word"));
+  vidxIndexWord(index, "WORD", 70);
+  EXPECT_EQ(wordOf(index, "word"), (Word{70, 0, 0, 1}));
+  EXPECT_EQ(vidxGetWordsIndexed(index), 1U);
+  const auto id = static_cast<uint32_t>(vtsLookup(vidxGetWords(index), "word"));
   EXPECT_EQ(std::string(static_cast<char*>(index->wordLinks->getPointer(16)), 9),
             bytesOf(50) + bytesOf(id) + "\1");
   EXPECT_EQ(index->wordLinks->usedBytes(), 25U);
-  vidxIndexWord(index.get(), "", 70);
-  EXPECT_EQ(textsOf(vidxGetWords(index.get())), Texts{"word"});
+  vidxIndexWord(index, "", 70);
+  EXPECT_EQ(textsOf(vidxGetWords(index)), Texts{"word"});
 }
 
 TEST_F(Words, CountsSaturateAt255AndOnlyWithRanking) {
   for (const bool ranking : {true, false}) {
     const IndexPtr index = newIndex();
-    vidxSetUseRanking(index.get(), ranking);
-    vidxNewFileLinks(index.get());
-    for (int i = 0; i < 300; ++i) vidxIndexWord(index.get(), "word", 50);
-    EXPECT_EQ(wordOf(index.get(), "word").count, ranking ? 255U : 0U);
-    vidxIndexWord(index.get(), "word", 70);
+    vidxSetUseRanking(index, ranking);
+    vidxNewFileLinks(index);
+    for (int i = 0; i < 300; ++i) vidxIndexWord(index, "word", 50);
+    EXPECT_EQ(wordOf(index, "word").count, ranking ? 255U : 0U);
+    vidxIndexWord(index, "word", 70);
     const auto* entry = static_cast<char*>(index->wordLinks->getPointer(24));
     EXPECT_EQ(entry != nullptr, ranking);
     if (ranking) {
@@ -41,45 +40,44 @@ TEST_F(Words, CountsSaturateAt255AndOnlyWithRanking) {
 }
 
 TEST_F(Words, SkipWordsAreNeverIndexed) {
-  const IndexPtr index = newIndex();
-  vidxNewFileLinks(index.get());
+  const IndexPtr index = linkedIndex();
   const auto id = index->indexExcludedWord("the");
   EXPECT_EQ(index->indexExcludedWord("THE"), id);
-  vidxIndexWord(index.get(), "the", 50);
-  vidxIndexWord(index.get(), "The", 50);
-  EXPECT_EQ(vtsGetFirst(vidxGetWords(index.get())), 0U);
-  EXPECT_EQ(vidxGetWordsIndexed(index.get()), 0U);
+  vidxIndexWord(index, "the", 50);
+  vidxIndexWord(index, "The", 50);
+  EXPECT_EQ(vtsGetFirst(vidxGetWords(index)), 0U);
+  EXPECT_EQ(vidxGetWordsIndexed(index), 0U);
 }
 
 TEST_F(Words, CallsThatTheStateCannotServeAreErrors) {
   Reports reports;
   const IndexPtr index = newIndex();
-  vidxIndexWord(index.get(), "word", 50);
+  vidxIndexWord(index, "word", 50);
   EXPECT_EQ(reports.take(), Texts{"throw:AssertionFailed:"}) << "no word links yet";
-  vidxCompressLinks(index.get());
+  vidxCompressLinks(index);
   EXPECT_EQ(reports.take(), Texts{"throw:AssertionFailed:"});
-  EXPECT_EQ(vtsGetFirst(vidxGetWords(index.get())), 0U);
-  vidxNewFileLinks(index.get());
-  vidxIndexWord(index.get(), "word", 50);
+  EXPECT_EQ(vtsGetFirst(vidxGetWords(index)), 0U);
+  vidxNewFileLinks(index);
+  vidxIndexWord(index, "word", 50);
   index->enableWrite(false);
-  vidxIndexWord(index.get(), "word", 50);
-  vidxIndexWord(index.get(), "other", 50);
+  vidxIndexWord(index, "word", 50);
+  vidxIndexWord(index, "other", 50);
   EXPECT_EQ(reports.count("throw:MemFileExtendFail:"), 2);
-  EXPECT_EQ(wordOf(index.get(), "word").count, 0U);
+  EXPECT_EQ(wordOf(index, "word").count, 0U);
   index->links = nullptr;
-  vidxCompressLinks(index.get());
+  vidxCompressLinks(index);
   EXPECT_EQ(reports.take().back(), "throw:AssertionFailed:") << "no link table";
 }
 
 TEST_F(Words, MaskSettersIgnoreWhatIsNoByte) {
   const IndexPtr index = newIndex();
   for (const int byte : {-1, 256, 1 << 30, -128}) {
-    vidxSetValidCharMask(index.get(), byte, true);
-    vidxSetNonAlphaCharMask(index.get(), byte, true);
+    vidxSetValidCharMask(index, byte, true);
+    vidxSetNonAlphaCharMask(index, byte, true);
   }
-  vidxSetValidCharMask(index.get(), 0, true);
+  vidxSetValidCharMask(index, 0, true);
   EXPECT_FALSE(index->validCharMask[0]);
-  vidxSetValidCharMask(index.get(), 255, false);
+  vidxSetValidCharMask(index, 255, false);
   EXPECT_FALSE(index->validCharMask[255]);
 }
 
@@ -102,7 +100,7 @@ TEST_F(Words, ExcludeBufferFoldsAndKeepsTheUnfinishedWord) {
     const std::unique_ptr<char[]> exact(new char[c.buffer.size()]);
     std::copy(c.buffer.begin(), c.buffer.end(), exact.get());
     index->indexExcludeBuffer(exact.get(), c.buffer.size());
-    EXPECT_EQ(textsOf(vidxGetSkipWords(index.get())), c.words) << c.buffer;
+    EXPECT_EQ(textsOf(vidxGetSkipWords(index)), c.words) << c.buffer;
     EXPECT_STREQ(index->pendingWord, c.pending) << c.buffer;
   }
   const IndexPtr index = newIndex();
@@ -120,12 +118,12 @@ class SkipWords : public IndexTest {
     writeFile(path("skip"), bytes);
     const IndexPtr index = newIndex();
     index->indexExcludedWord("forgotten");
-    vidxSetSkipFilePath(index.get(), path("skip").c_str());
-    vidxIndexExclusions(index.get());
-    EXPECT_EQ(vidxGetBytesRead(index.get()), static_cast<double>(bytes.size()));
-    const Texts once = textsOf(vidxGetSkipWords(index.get()));
-    vidxIndexExclusions(index.get());
-    EXPECT_EQ(textsOf(vidxGetSkipWords(index.get())), once) << "twice is like once";
+    vidxSetSkipFilePath(index, path("skip").c_str());
+    vidxIndexExclusions(index);
+    EXPECT_EQ(vidxGetBytesRead(index), static_cast<double>(bytes.size()));
+    const Texts once = textsOf(vidxGetSkipWords(index));
+    vidxIndexExclusions(index);
+    EXPECT_EQ(textsOf(vidxGetSkipWords(index)), once) << "twice is like once";
     return once;
   }
   static std::string padded(const std::string& text, size_t size) {
@@ -169,18 +167,18 @@ TEST_F(SkipWords, FileIsFoundBesideTheConverters) {
   const IndexPtr index = newIndex();
   index->indexExcludedWord("old");
   Reports reports;
-  vidxIndexExclusions(index.get());
+  vidxIndexExclusions(index);
   EXPECT_EQ(reports.take(), Texts{"throw:SkipOpenFail:" + config() + "/skipfile.txt"});
-  EXPECT_EQ(textsOf(vidxGetSkipWords(index.get())), Texts{}) << "the new table stays";
+  EXPECT_EQ(textsOf(vidxGetSkipWords(index)), Texts{}) << "the new table stays";
   writeFile(config() + "/skipfile.txt", "the\n");
-  vidxSetShowStatus(index.get(), true);
+  vidxSetShowStatus(index, true);
   reports.answer = [](const std::string&) { return false; };
-  vidxIndexExclusions(index.get());
+  vidxIndexExclusions(index);
   EXPECT_EQ(reports.take(), Texts{"status:IndexingExcluded:"});
-  EXPECT_EQ(textsOf(vidxGetSkipWords(index.get())), Texts{"the"});
-  vidxSetShowStatus(index.get(), false);
-  vidxSetSkipFilePath(index.get(), path("missing").c_str());
-  vidxIndexExclusions(index.get());
+  EXPECT_EQ(textsOf(vidxGetSkipWords(index)), Texts{"the"});
+  vidxSetShowStatus(index, false);
+  vidxSetSkipFilePath(index, path("missing").c_str());
+  vidxIndexExclusions(index);
   EXPECT_EQ(reports.take(), Texts{"throw:SkipOpenFail:" + path("missing")});
 }
 

@@ -40,16 +40,16 @@ TEST_F(WordScan, FindsWhatAWalkFinds) {
     return made;
   };
   const IndexPtr index(vCreateNewIndex(true, indexPath().c_str()));
-  setMasks(index.get());
-  vidxNewFileLinks(index.get());
+  setMasks(index);
+  vidxNewFileLinks(index);
   // Ids and links of the table's data read as letters here and there, so that hits lie in them.
   for (unsigned long file = 1; file < 3000; ++file)
-    vidxIndexWord(index.get(), text("abc", 12).c_str(), 0x61626300 + file);
+    vidxIndexWord(index, text("abc", 12).c_str(), 0x61626300 + file);
   size_t found = 0;
   for (int round = 0; round < 600; ++round) {
     const std::string term = text("abc*?", 9);
-    const Ids expected = walked(index.get(), term);
-    ASSERT_EQ(scanned(index.get(), term), expected) << "seed " << kSeed << ", term " << term;
+    const Ids expected = walked(index, term);
+    ASSERT_EQ(scanned(index, term), expected) << "seed " << kSeed << ", term " << term;
     found += expected.size();
   }
   EXPECT_GT(found, 1000U);
@@ -57,14 +57,14 @@ TEST_F(WordScan, FindsWhatAWalkFinds) {
 
 TEST_F(WordScan, FoldsLettersInAUnicodeIndex) {
   const IndexPtr index(vCreateNewIndex(true, indexPath().c_str()));
-  vidxSetUnicode(index.get(), true);
-  setMasks(index.get());
-  vidxNewFileLinks(index.get());
+  vidxSetUnicode(index, true);
+  setMasks(index);
+  vidxNewFileLinks(index);
   for (const char* word : {"straße", "größe", "übergröße", "gross", "ёлка"})
-    vidxIndexWord(index.get(), word, 1);
+    vidxIndexWord(index, word, 1);
   for (const char* term : {"*GRÖß*", "*röße", "?bergrö*", "Ё*", "ЁЛК?", "*"})
-    EXPECT_EQ(scanned(index.get(), term), walked(index.get(), term)) << term;
-  EXPECT_EQ(scanned(index.get(), "*GRÖß*").size(), 2U);
+    EXPECT_EQ(scanned(index, term), walked(index, term)) << term;
+  EXPECT_EQ(scanned(index, "*GRÖß*").size(), 2U);
 }
 
 }  // namespace

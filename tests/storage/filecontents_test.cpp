@@ -31,20 +31,20 @@ class FileContents : public DisplayTest {
   // An index of docs(), in which "*.arc" are containers and "*.htm" is HTML.
   IndexPtr indexDocs() {
     IndexPtr index = newIndex();
-    index->analyzers["lines"] = std::make_unique<CLineArchive>(index.get());
-    vidxSetIncludeCount(index.get(), 3);
-    vidxSetIncludePattern(index.get(), 0, "*.txt", "generic");
-    vidxSetIncludePattern(index.get(), 1, "*.arc", "lines");
-    vidxSetIncludePattern(index.get(), 2, "*.htm", "html");
-    root_ = vfsAddFile(vidxGetFiles(index.get()), docs().c_str());
-    vidxIndexDirectory(index.get(), docs().c_str(), root_);
+    index->analyzers["lines"] = std::make_unique<CLineArchive>(index);
+    vidxSetIncludeCount(index, 3);
+    vidxSetIncludePattern(index, 0, "*.txt", "generic");
+    vidxSetIncludePattern(index, 1, "*.arc", "lines");
+    vidxSetIncludePattern(index, 2, "*.htm", "html");
+    root_ = vfsAddFile(vidxGetFiles(index), docs().c_str());
+    vidxIndexDirectory(index, docs().c_str(), root_);
     return index;
   }
 
   unsigned long root_ = 0;
 
   static unsigned long record(const IndexPtr& index, const char* name, unsigned long parent) {
-    CFileStorage* files = vidxGetFiles(index.get());
+    CFileStorage* files = vidxGetFiles(index);
     unsigned long id = vfsLookupFile(files, name, parent);
     if (id == 0) {
       id = vfsAddFile(files, name);
@@ -55,8 +55,7 @@ class FileContents : public DisplayTest {
 
   static ContentsHandle open(const IndexPtr& index, unsigned long id, int lineWidth = 0,
                              int distance = 3, unsigned long maxBytes = 1 << 20) {
-    return ContentsHandle(
-        vidxGetFileContents(index.get(), id, maxBytes, lineWidth, true, distance));
+    return ContentsHandle(vidxGetFileContents(index, id, maxBytes, lineWidth, true, distance));
   }
 
   ContentsHandle openText(const IndexPtr& index, const std::string& text) {
@@ -86,9 +85,8 @@ TEST_F(FileContents, PassesItsSettingsOn) {
   EXPECT_STREQ(vfcContents(open(index, id, 8).get()), "one two\nthree\n0123456789\n");
   EXPECT_STREQ(vfcContents(open(index, id, 0, 3, 5).get()), "one t");
   EXPECT_STREQ(vfcContents(open(index, id, 0, 3, 0).get()), "");
-  EXPECT_STREQ(
-      vfcContents(ContentsHandle(vidxGetFileContents(index.get(), id, 99, 0, false, 3)).get()),
-      "one <b>two</b> three 0123456789\n");
+  EXPECT_STREQ(vfcContents(ContentsHandle(vidxGetFileContents(index, id, 99, 0, false, 3)).get()),
+               "one <b>two</b> three 0123456789\n");
 }
 
 TEST_F(FileContents, ExtractsMembersLevelByLevel) {
@@ -110,7 +108,7 @@ TEST_F(FileContents, TellsWhyThereAreNone) {
   const IndexPtr index = indexDocs();
   const unsigned long top = record(index, "top.arc", root_);
   const unsigned long inner = record(index, "in.arc", top);
-  CFileStorage* files = vidxGetFiles(index.get());
+  CFileStorage* files = vidxGetFiles(index);
   const unsigned long loop = vfsAddFile(files, "loop");
   vfiSetFileParentID(vfsGetInfo(files, loop), static_cast<uint32_t>(loop));
   const unsigned long stray = vfsAddFile(files, "stray");
@@ -159,8 +157,8 @@ TEST_F(FileContents, LeavesNoTemporaryFileWhenTheTextFails) {
     }
   };
   const IndexPtr index = indexDocs();
-  index->analyzers["failing"] = std::make_unique<CFailing>(index.get());
-  vidxSetIncludePattern(index.get(), 0, "*.bad", "failing");
+  index->analyzers["failing"] = std::make_unique<CFailing>(index);
+  vidxSetIncludePattern(index, 0, "*.bad", "failing");
   EXPECT_EQ(open(index, record(index, "a.bad", record(index, "top.arc", root_))), nullptr);
   EXPECT_EQ(listTree(engineTemp()), std::vector<std::string>());
 }
@@ -226,8 +224,8 @@ TEST_F(FileContents, CutsItsTextDownToAnOutline) {
 
 TEST_F(FileContents, LeavesWordsOfOtherLengthsOutOfItsOutline) {
   const IndexPtr index = indexDocs();
-  vidxSetMinWordLength(index.get(), 3);
-  vidxSetMaxWordLength(index.get(), 5);
+  vidxSetMinWordLength(index, 3);
+  vidxSetMaxWordLength(index, 5);
   const ContentsHandle contents = openText(index, "to\ntoo\ntoooo\ntooooo\nx\n");
   vfcConvertToOutline(contents.get(), "to*");
   EXPECT_STREQ(vfcContents(contents.get()), "too\ntoooo\n");

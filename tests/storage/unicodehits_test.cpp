@@ -12,9 +12,9 @@ class UnicodeContents : public DisplayTest {
   void SetUp() override {
     DisplayTest::SetUp();
     index = newIndex();
-    vidxSetUnicode(index.get(), true);
-    vidxCreateAnalyzers(index.get());
-    vidxSetIncludePattern(index.get(), 0, "*", nullptr);
+    vidxSetUnicode(index, true);
+    vidxCreateAnalyzers(index);
+    vidxSetIncludePattern(index, 0, "*", nullptr);
   }
   void TearDown() override {
     contents.reset();
@@ -24,15 +24,14 @@ class UnicodeContents : public DisplayTest {
 
   void indexFile(const std::string& name, const std::string& text) {
     document(name, text);
-    const unsigned long root = indexDocs(index.get());
-    contents.reset(vidxGetFileContents(index.get(),
-                                       vfsLookupFile(vidxGetFiles(index.get()), name.c_str(), root),
-                                       1 << 20, 0, true, 5));
+    const unsigned long root = indexDocs(index);
+    contents.reset(vidxGetFileContents(
+        index, vfsLookupFile(vidxGetFiles(index), name.c_str(), root), 1 << 20, 0, true, 5));
     ASSERT_TRUE(contents);
   }
 
   std::set<std::string> words() const {
-    const Texts all = textsOf(vidxGetWords(index.get()));
+    const Texts all = textsOf(vidxGetWords(index));
     return {all.begin(), all.end()};
   }
 
@@ -86,7 +85,7 @@ TEST_F(UnicodeContents, OutlineCountsCharactersAndKeepsPairs) {
 
 TEST_F(UnicodeContents, MatchesTermsByCharacters) {
   const auto matches = [&](const char* word, const char* term) {
-    return vidxDoesWordMatch(index.get(), word, term);
+    return vidxDoesWordMatch(index, word, term);
   };
   EXPECT_TRUE(matches("café", "CAF?"));
   EXPECT_TRUE(matches("café", "cafÉ?"));
@@ -96,7 +95,7 @@ TEST_F(UnicodeContents, MatchesTermsByCharacters) {
 
 TEST_F(UnicodeContents, HostsCutQueriesAsDocumentsAreCut) {
   const auto split = [&](const char* text) {
-    char* lines = vidxSplitWords(index.get(), text);
+    char* lines = vidxSplitWords(index, text);
     const std::string result = lines;
     vDeleteChar(lines);
     return result;
@@ -108,8 +107,8 @@ TEST_F(UnicodeContents, HostsCutQueriesAsDocumentsAreCut) {
 
 TEST_F(UnicodeContents, SkipWordsAreFolded) {
   writeFile(path("skip.txt"), "ÜBER und\ndaß");
-  vidxSetSkipFilePath(index.get(), path("skip.txt").c_str());
-  vidxIndexExclusions(index.get());
+  vidxSetSkipFilePath(index, path("skip.txt").c_str());
+  vidxIndexExclusions(index);
   indexFile("a", "über und DASS wort");
   EXPECT_EQ(words(), std::set<std::string>{"wort"});
 }

@@ -24,12 +24,11 @@ class DisplayTest : public IndexTest {
   IndexPtr newIndex() const {
     IndexPtr index = IndexTest::newIndex();
     for (int b = 1; b < 256; ++b) {
-      vidxSetValidTrailingMask(index.get(), b, b == '\'');
-      if (b == '#' || b == '~') vidxSetValidViewableMask(index.get(), b, false);
-      vidxSetNonAlphaCharMask(index.get(), b,
-                              (b < 128 && std::ispunct(b)) || (b >= 0x80 && b < 0x90));
+      vidxSetValidTrailingMask(index, b, b == '\'');
+      if (b == '#' || b == '~') vidxSetValidViewableMask(index, b, false);
+      vidxSetNonAlphaCharMask(index, b, (b < 128 && std::ispunct(b)) || (b >= 0x80 && b < 0x90));
     }
-    vidxNewFileLinks(index.get());
+    vidxNewFileLinks(index);
     return index;
   }
 
@@ -66,7 +65,7 @@ class DisplayTest : public IndexTest {
   std::string wordsOf(const char* analyzer, std::string block) const {
     const IndexPtr index = newIndex();
     index->analyzerNamed(analyzer)->indexBuffer(block.data(), block.size(), 100, true);
-    return words(index.get());
+    return words(index);
   }
 };
 

@@ -26,7 +26,12 @@ namespace veska::test {
 struct ClearIndex {
   void operator()(CVeskaIndex* index) const { vidxClearIndex(index); }
 };
-using IndexPtr = std::unique_ptr<CVeskaIndex, ClearIndex>;
+// Stands for its index in calls of the interface.
+class IndexPtr : public std::unique_ptr<CVeskaIndex, ClearIndex> {
+ public:
+  using unique_ptr::unique_ptr;
+  operator CVeskaIndex*() const { return get(); }
+};
 
 // Letters, digits and 0xC0 to 0xFF are valid, "-" is trailing, all printable bytes are viewable.
 inline void setMasks(CVeskaIndex* index) {
@@ -64,17 +69,28 @@ class IndexTest : public LeakCheckedTest {
   IndexPtr newIndex(bool create = true) const {
     IndexPtr index(vCreateNewIndex(create, indexPath().c_str()));
     if (!index) throw std::runtime_error("no index");
-    setMasks(index.get());
-    vidxSetMinWordLength(index.get(), 1);
-    vidxSetMaxWordLength(index.get(), 99);
-    vidxSetMaxPerFileRead(index.get(), 1 << 24);
-    vidxSetTemporaryDirectory(index.get(), engineTemp().c_str());
-    vidxCreateAnalyzers(index.get());
-    vidxSetIncludeCount(index.get(), 1);
-    vidxSetIncludePattern(index.get(), 0, "*.txt", "generic");
+    setMasks(index);
+    vidxSetMinWordLength(index, 1);
+    vidxSetMaxWordLength(index, 99);
+    vidxSetMaxPerFileRead(index, 1 << 24);
+    vidxSetTemporaryDirectory(index, engineTemp().c_str());
+    vidxCreateAnalyzers(index);
+    vidxSetIncludeCount(index, 1);
+    vidxSetIncludePattern(index, 0, "*.txt", "generic");
     return index;
   }
   IndexPtr reopen() const { return newIndex(false); }
+  // An empty index with an empty link table, too, into which words can go.
+  IndexPtr linkedIndex() const {
+    IndexPtr index = newIndex();
+    vidxNewFileLinks(index);
+    return index;
+  }
+  // Compacts and saves.
+  void save(CVeskaIndex* index) const {
+    vidxCompressLinks(index);
+    vidxStoreStorage(index, indexPath().c_str());
+  }
 
   // Writes a document and sets its modification time, in Unix seconds.
   void document(const std::string& name, const std::string& text, time_t modified = 1000) const {
