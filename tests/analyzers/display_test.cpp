@@ -22,9 +22,7 @@ TEST_F(Display, TurnsABlockIntoText) {
       {"a\r\nb", "a\nb"},
       {"a\rb\n\nc", "a\nb\n\nc"},
       {"a\r", "a\n"},
-      {"a\xE3"
-       "b",
-       "a\nb"},
+      {"a\343b", "a\nb"},
       {"a \n b", "a \nb"},
       // text in 16-bit units; a second zero separates
       {"a\0b\0\n\0c\0"sv, "ab\nc"},
@@ -38,9 +36,7 @@ TEST_F(Display, TurnsABlockIntoText) {
       // more than three high bytes in a row that cannot be shown, and what is high before them
       {"a\x81\x82\x83 b c", "a b\nc"},
       {"a\xA9\x81\x82\x83\x84\x85z b", "az\nb"},
-      {"a\x91\x92\x93\x94"
-       "b c",
-       "a b\nc"},
+      {"a\x91\x92\x93\224b c", "a b\nc"},
       {"\x01\x02", ""},
       {"", ""},
   };

@@ -18,10 +18,7 @@ TEST_F(Html, IndexesDecodedCharacters) {
   const Case cases[] = {
       {"caf&#233; ", "caf\xE9 "},
       {"caf\xC3\xA9 ", "caf\xE9 "},
-      {"a\xE2\x82\xAC"
-       "b ",
-       "a\xE2 b "},                        // longer sequences are not decoded
-      {"fish&amp;chips ", "fish chips "},  // taken for the number 0
+      {"a\xE2\x82\254b ", "a\xE2 b "},  // longer sequences are not decoded
       {"caf&eacute;s ", "caf s "},
       {"x&#0321;y ", "xBy "},  // 321 modulo 255
       {"x&#99999999999;y ", "x y "},
@@ -30,7 +27,6 @@ TEST_F(Html, IndexesDecodedCharacters) {
       {"x&abcdefghijklmnopqrstuvwxyz01234>y z ", "x y z "},  // 31 bytes at most
       {"<b>x</b> ", "b x "},
       {"x&#233", ""},
-      {"x&", ""},
       {"x\xC3", ""},
   };
   for (const Case& c : cases) {
@@ -54,29 +50,22 @@ TEST_F(Html, ShowsTextWithoutTags) {
   CFileAnalyzer& html = *index->analyzerNamed("html");
   const Case cases[] = {
       {"a<p>b", "a\nb"},
-      {"a<P class=x>b", "a\nb"},
       {"a</p>b<br>c<tr>d<LI>e", "a\nb\nc\nd\ne"},
       {"a<pre>b", "a\nb"},
       {"x<b>y</b>z w", "xyz\nw"},
-      {"x<b><I>y</I></b>z w", "xyz\nw"},
       {"x<b>y</b> z w", "xy z\nw"},
       {"x<b> y</b>.z w", "x y .z\nw"},
       {"x<td>y</td>z w", "x y z\nw"},  // other tags keep words apart
       {"x<body>y w", "x y\nw"},
       {"x<hr>\r\n\ty w", "x y\nw"},
-      {"x<hr>  \n y w", "x y\nw"},
-      {"a<script>if (a<b) x();</script>b c", "a b\nc"},
       {"a<SCRIPT x=y>z</Script >b c", "a b\nc"},
       {"a\tb\n\n  c d", "a b c\nd"},
-      {"Caf\xC3\xA9 x", "Caf\xE9\nx"},
-      {"&lt;b&gt; x", "<b>\nx"},
       {"&Iuml;&ccedil;&cedil;&nbsp;x y", "\xCE \xE7 x\ny"},
       {"a&#x41;b c", "a b\nc"},
       {"a&#65;b c", "aAb\nc"},
       {"a&#321;b c", "aAb\nc"},      // 321 modulo 256
       {"a\xC3\x83z c", "a\xFA\nc"},  // decodes to a lead byte, which takes the next along
       {"&atilde;x y", "\nx\ny"},
-      {"a > b c", "a > b\nc"},
   };
   for (const Case& c : cases) EXPECT_EQ(strip(html, padded(c.in)), c.out) << c.in;
 }

@@ -19,10 +19,7 @@ TEST(PdfFilters, KnownVectorsDecode) {
   EXPECT_EQ(decode(Filter::kAscii85, "<~87cURD]i,\"Ebo80~>"), "Hello World!");
   EXPECT_EQ(decode(Filter::kAscii85, "z!!~>"), std::string("\0\0\0\0\0", 5));
   EXPECT_EQ(decode(Filter::kAsciiHex, "48 65\n6C6c6>ignored"), "Hell`");
-  EXPECT_EQ(decode(Filter::kRunLength,
-                   "\x02"
-                   "abc\xFEx\x80zzz"),
-            "abcxxx");
+  EXPECT_EQ(decode(Filter::kRunLength, "\002abc\xFEx\x80zzz"), "abcxxx");
   EXPECT_EQ(decode(Filter::kFlate, test::deflate("inflated")), "inflated");
 }
 
@@ -39,10 +36,7 @@ TEST(PdfFilters, DamagedDataGivesWhatCouldBeDecoded) {
   std::string badSum = packed;
   badSum.back() = static_cast<char>(badSum.back() + 1);
   EXPECT_EQ(decode(Filter::kFlate, badSum), text);
-  EXPECT_EQ(decode(Filter::kRunLength,
-                   "\x7F"
-                   "abc"),
-            "abc");
+  EXPECT_EQ(decode(Filter::kRunLength, "\177abc"), "abc");
   EXPECT_EQ(decode(Filter::kLzw, "\x80\xFF\xFF"), "");
 }
 
@@ -56,20 +50,9 @@ TEST(PdfFilters, OutputNeverPassesTheLimit) {
 
 TEST(PdfFilters, PngPredictionIsTakenBack) {
   // Rows of three bytes, one for each of the five kinds.
-  std::string data(
-      "\0\1\2\3"
-      "\1\1\1\1"
-      "\2\1\1\1"
-      "\3\4\4\4"
-      "\4\1\1\1",
-      20);
+  std::string data("\0\1\2\3\1\1\1\1\2\1\1\1\3\4\4\4\4\1\1\1", 20);
   undoPredictor({.predictor = 15, .columns = 3}, data);
-  EXPECT_EQ(data, std::string("\1\2\3"
-                              "\1\2\3"
-                              "\2\3\4"
-                              "\5\x8\xA"
-                              "\6\x9\xB",
-                              15));
+  EXPECT_EQ(data, std::string("\1\2\3\1\2\3\2\3\4\5\x8\xA\6\x9\xB", 15));
 }
 
 TEST(PdfFilters, TiffPredictionIsTakenBack) {

@@ -112,11 +112,7 @@ TEST(UnicodePackage, IsSpentByReadingPartsOverAndOver) {
 }
 
 TEST(UnicodePackage, ReferencesLeadWithinThePackage) {
-  const struct {
-    const char* from;
-    const char* reference;
-    const char* part;
-  } cases[] = {
+  const std::tuple<const char*, const char*, const char*> cases[] = {
       {"", "word/document.xml", "word/document.xml"},
       {"word/document.xml", "media/../notes.xml#x", "word/notes.xml"},
       {"ppt/slides/slide1.xml", "../notes/n%201.xml", "ppt/notes/n 1.xml"},
@@ -124,7 +120,8 @@ TEST(UnicodePackage, ReferencesLeadWithinThePackage) {
       {"a/b", "../../../../etc/passwd", "etc/passwd"},
       {"a/b", "100%", "a/100%"},
   };
-  for (const auto& c : cases) EXPECT_EQ(resolvePart(c.from, c.reference), c.part) << c.reference;
+  for (const auto& [from, reference, part] : cases)
+    EXPECT_EQ(resolvePart(from, reference), part) << reference;
 }
 
 // Whatever is broken, what is read is valid text and the limit holds.

@@ -24,7 +24,6 @@ TEST(UnicodeRtf, BytesAreReadInTheCodePageOfTheirFont) {
       {"{\\f1\\'cc\\'ee}\\'e1", "Моα\n"},
       {"\\f1\\'cc\\plain\\'e1", "Мα\n"},
       {"\\f2\\'93\\'fa\\'96{\\b\\'7b}\\'83A", "日本ア\n"},
-      {"\\f3\\'b3", "ł\n"},
       {"a{\\f4 lll\\u61623?}b", "ab\n"},
       {"\xE1", "α\n"},
   };
@@ -54,7 +53,6 @@ TEST(UnicodeRtf, KeepsWordsWholeAndParagraphsApart) {
       {"a\\cell b\\cell\\row c\\cell\\row d", "a b\nc\nd\n"},
       {"\\ldblquote q\\rdblquote\\~x\\endash y\\\\\\{\\}", "“q” x–y\\{}\n"},
       {"no{\\footnote\\pard the note\\par}te\\par next", "note\n\nthe note\n\nnext\n"},
-      {"wo{\\*\\annotation remark}rd", "word\n\nremark\n"},
       {"a{\\pict\\bin4 }}}}{\\*\\blipuid 00ff}ffd8}b", "ab\n"},
       {"{\\header head\\par}text", "text\n\nhead\n"},
       {"{\\field{\\*\\fldinst HYPERLINK \"x\"}{\\fldrslt link}}ed", "linked\n"},

@@ -50,16 +50,6 @@ TEST_F(Frame, GuardedCallsGiveTheirFailureValue) {
   vidxClearIndex(nullptr);
 }
 
-TEST_F(Frame, UnguardedCallsLetTheErrorPass) {
-  {
-    const IndexPtr index = linkedIndex();
-    vidxStoreStorage(index, indexPath().c_str());
-  }
-  std::string links = table("links");
-  const IndexPtr index = reopen();
-  EXPECT_EQ(raised([&] { vflGetNextList(vidxGetLinks(index), 0xFFFFFFFF); }), "AssertionFailed:");
-}
-
 TEST_F(Frame, RawWriteGoesToDescriptorOne) {
   const std::string file = path("out");
   const int saved = dup(1), out = ::open(file.c_str(), O_WRONLY | O_CREAT, 0600);

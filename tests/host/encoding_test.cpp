@@ -57,11 +57,7 @@ TEST(Encoding, ControlsNeverStayPrintable) {
 }
 
 TEST(Charset, EncodesWithTheClosestThereIs) {
-  const struct {
-    const char* name;
-    const char* utf8;
-    std::string bytes;
-  } cases[] = {
+  const std::tuple<const char*, const char*, std::string> cases[] = {
       {"UTF-8", "café 東", "café 東"},
       {"ISO-8859-1", "café \uFB01n", "caf\xE9 fin"},
       {"ISO-8859-1", "ř東", "r?"},
@@ -71,8 +67,8 @@ TEST(Charset, EncodesWithTheClosestThereIs) {
       {"ANSI_X3.4-1968", "e\u0301", "e"},
       {"no such set", "東", "東"},
   };
-  for (const auto& each : cases) {
-    EXPECT_EQ(Charset(each.name).encoded(each.utf8), each.bytes) << each.name << " " << each.utf8;
+  for (const auto& [name, utf8, bytes] : cases) {
+    EXPECT_EQ(Charset(name).encoded(utf8), bytes) << name << " " << utf8;
   }
 }
 

@@ -111,10 +111,7 @@ TEST(Query, EqualWordsAreOne) {
 }
 
 TEST(Query, ErrorsPointAtThePlace) {
-  const struct {
-    std::string text, message;
-    size_t at;
-  } cases[] = {
+  const std::tuple<std::string, std::string, size_t> cases[] = {
       {"", "the query is empty", 0},
       {"cat OR", "OR wants a word, a phrase or a parenthesis after it", 6},
       {"OR cat", "OR wants something before it", 0},
@@ -132,11 +129,11 @@ TEST(Query, ErrorsPointAtThePlace) {
       {"a b", "nothing is left to search for", 0},
       {"cat \xD0\xBF\xD1\x80", "no index word can hold \"\xD0\xBF\"", 4},
   };
-  for (const auto& c : cases) {
-    const QueryResult result = parseQuery(c.text, rule);
-    EXPECT_FALSE(result.query) << c.text;
-    EXPECT_THAT(result.error.message, HasSubstr(c.message)) << c.text;
-    EXPECT_EQ(result.error.at, c.at) << c.text;
+  for (const auto& [text, message, at] : cases) {
+    const QueryResult result = parseQuery(text, rule);
+    EXPECT_FALSE(result.query) << text;
+    EXPECT_THAT(result.error.message, HasSubstr(message)) << text;
+    EXPECT_EQ(result.error.at, at) << text;
   }
   EXPECT_EQ(explain({"wrong", 5}, "caf\xC3\xA9 dog"), "wrong\ncaf\xC3\xA9 dog\n    ^");
 }

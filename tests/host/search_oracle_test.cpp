@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <random>
 #include <set>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -95,33 +97,20 @@ class Oracle {
   }
 
   static bool holds(const Node& node, const Words& words) {
-    const auto at = [&](size_t i, size_t term) { return matches(words[i], node.terms[term]); };
-    switch (node.kind) {
-      case Node::kTerm:
-        for (size_t i = 0; i < words.size(); ++i) {
-          if (at(i, 0)) return true;
-        }
+    if (node.kind == Node::kNot) return !holds(*node.left, words);
+    if (node.kind == Node::kAnd) return holds(*node.left, words) && holds(*node.right, words);
+    if (node.kind == Node::kOr) return holds(*node.left, words) || holds(*node.right, words);
+    const auto isHit = [&](size_t i, size_t j) {
+      if (node.kind == Node::kTerm && j != i) return false;
+      if (node.kind == Node::kPhrase && j != i + 1) return false;
+      if (node.kind == Node::kNear && (i == j || std::max(i, j) - std::min(i, j) > node.distance))
         return false;
-      case Node::kPhrase:
-        for (size_t i = 0; i + 1 < words.size(); ++i) {
-          if (at(i, 0) && at(i + 1, 1)) return true;
-        }
-        return false;
-      case Node::kNear:
-        for (size_t i = 0; i < words.size(); ++i) {
-          for (size_t j = 0; j < words.size(); ++j) {
-            const size_t apart = i < j ? j - i : i - j;
-            if (i != j && apart <= node.distance && at(i, 0) && at(j, 1)) return true;
-          }
-        }
-        return false;
-      case Node::kAnd:
-        return holds(*node.left, words) && holds(*node.right, words);
-      case Node::kOr:
-        return holds(*node.left, words) || holds(*node.right, words);
-      default:
-        return !holds(*node.left, words);
-    }
+      return matches(words[i], node.terms.front()) && matches(words[j], node.terms.back());
+    };
+    for (size_t i = 0; i < words.size(); ++i)
+      for (size_t j = 0; j < words.size(); ++j)
+        if (isHit(i, j)) return true;
+    return false;
   }
 
  private:
@@ -129,16 +118,8 @@ class Oracle {
 };
 
 Words split(const std::string& text) {
-  Words words;
-  std::string word;
-  for (const char c : text) {
-    if (c != ' ' && c != '\n') {
-      word += c;
-    } else if (!word.empty()) {
-      words.push_back(std::exchange(word, {}));
-    }
-  }
-  return words;
+  std::istringstream stream(text);
+  return {std::istream_iterator<std::string>(stream), {}};
 }
 
 void compare(test::SmallIndex& files, Oracle& oracle, int rounds) {

@@ -11,18 +11,15 @@ TEST_F(Index, NewIndexHasEmptyTablesAndDefaults) {
   const IndexPtr index(vCreateNewIndex(true, indexPath().c_str()));
   ASSERT_NE(index, nullptr);
   EXPECT_EQ(listTree(indexPath()), (Texts{"files", "links", "skipped", "words"}));
-  const struct {
-    const char* name;
-    uint32_t initial, increment;
-  } tables[] = {{"files", 65535, 1048575},
-                {"words", 131071, 1048575},
-                {"skipped", 32767, 65535},
-                {"links", 65535, 1048575}};
-  for (const auto& t : tables) {
-    const TableHeader header(table(t.name));
-    EXPECT_EQ(header.fileBytes, t.initial) << t.name;
-    EXPECT_EQ(header.initial, t.initial) << t.name;
-    EXPECT_EQ(header.increment, t.increment) << t.name;
+  const std::tuple<const char*, uint32_t, uint32_t> tables[] = {{"files", 65535, 1048575},
+                                                                {"words", 131071, 1048575},
+                                                                {"skipped", 32767, 65535},
+                                                                {"links", 65535, 1048575}};
+  for (const auto& [name, initial, increment] : tables) {
+    const TableHeader header(table(name));
+    EXPECT_EQ(header.fileBytes, initial) << name;
+    EXPECT_EQ(header.initial, initial) << name;
+    EXPECT_EQ(header.increment, increment) << name;
   }
   EXPECT_EQ(index->minWordLength, 3);
   EXPECT_EQ(index->maxWordLength, 16);

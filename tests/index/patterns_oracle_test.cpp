@@ -124,10 +124,7 @@ TEST_F(PatternsOracle, QueryTermsAgreeWithTheRules) {
 // The rules' own consequences, so that both transcriptions are held against something.
 TEST_F(PatternsOracle, WellKnownExamples) {
   const IndexPtr index = newIndex();
-  const struct {
-    const char *name, *pattern;
-    bool matches;
-  } names[] = {
+  const std::tuple<const char*, const char*, bool> names[] = {
       {"", "", true},
       {"a", "", false},
       {"", "*", true},
@@ -145,33 +142,27 @@ TEST_F(PatternsOracle, WellKnownExamples) {
       {"\xC0", "\xE0", false},
       {"x\x7F", "x", false},
   };
-  for (const auto& c : names) {
-    EXPECT_EQ(vFileNameMatch(c.name, c.pattern), c.matches) << c.name << " " << c.pattern;
-    EXPECT_EQ(slowNameMatch(c.name, c.pattern), c.matches) << c.name << " " << c.pattern;
+  for (const auto& [name, pattern, matches] : names) {
+    EXPECT_EQ(vFileNameMatch(name, pattern), matches) << name << " " << pattern;
+    EXPECT_EQ(slowNameMatch(name, pattern), matches) << name << " " << pattern;
   }
-  const struct {
-    const char *path, *pattern;
-    bool matches;
-  } folders[] = {
+  const std::tuple<const char*, const char*, bool> folders[] = {
       {"/home/joe", "/home/*/docs/*.txt", true},
       {"/usr", "/home/*", false},
       {"/home/joe/x", "/home/joe", true},
       {"/home", "/home*/x", true},
       {"/Home/Joe/docs", "/home/joe/docs/a", false},
   };
-  for (const auto& c : folders) {
-    EXPECT_EQ(vidxDirMatch(index, c.path, c.pattern), c.matches) << c.path << c.pattern;
+  for (const auto& [path, pattern, matches] : folders) {
+    EXPECT_EQ(vidxDirMatch(index, path, pattern), matches) << path << pattern;
   }
-  const struct {
-    const char *word, *term;
-    bool matches;
-  } words[] = {
+  const std::tuple<const char*, const char*, bool> words[] = {
       {"comp", "comp*", true}, {"cat", "cat?", true}, {"cat", "c*?", false}, {"abc", "a**", false},
       {"c", "c**", true},      {"cat", "Cat", false}, {"", "*", true},       {"", "?", true},
       {"", "", true},          {"a", "", false},
   };
-  for (const auto& c : words) {
-    EXPECT_EQ(vidxDoesWordMatch(index, c.word, c.term), c.matches) << c.word << " " << c.term;
+  for (const auto& [word, term, matches] : words) {
+    EXPECT_EQ(vidxDoesWordMatch(index, word, term), matches) << word << " " << term;
   }
 }
 

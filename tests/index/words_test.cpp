@@ -82,11 +82,7 @@ TEST_F(Words, MaskSettersIgnoreWhatIsNoByte) {
 }
 
 TEST_F(Words, ExcludeBufferFoldsAndKeepsTheUnfinishedWord) {
-  const struct {
-    std::string buffer;
-    Texts words;
-    const char* pending;
-  } cases[] = {
+  const std::tuple<std::string, Texts, const char*> cases[] = {
       {"The And", {"the"}, "and"},
       {"The And ", {"the", "and"}, ""},
       {"...The\n\n-x-y- THE,", {"the", "x-y-"}, ""},
@@ -95,13 +91,13 @@ TEST_F(Words, ExcludeBufferFoldsAndKeepsTheUnfinishedWord) {
       {"a", {}, "a"},
       {std::string("a\0b\0", 4), {"a", "b"}, ""},
   };
-  for (const auto& c : cases) {
+  for (const auto& [buffer, words, pending] : cases) {
     const IndexPtr index = newIndex();
-    const std::unique_ptr<char[]> exact(new char[c.buffer.size()]);
-    std::copy(c.buffer.begin(), c.buffer.end(), exact.get());
-    index->indexExcludeBuffer(exact.get(), c.buffer.size());
-    EXPECT_EQ(textsOf(vidxGetSkipWords(index)), c.words) << c.buffer;
-    EXPECT_STREQ(index->pendingWord, c.pending) << c.buffer;
+    const std::unique_ptr<char[]> exact(new char[buffer.size()]);
+    std::copy(buffer.begin(), buffer.end(), exact.get());
+    index->indexExcludeBuffer(exact.get(), buffer.size());
+    EXPECT_EQ(textsOf(vidxGetSkipWords(index)), words) << buffer;
+    EXPECT_STREQ(index->pendingWord, pending) << buffer;
   }
   const IndexPtr index = newIndex();
   std::string endless(5000, 'x');

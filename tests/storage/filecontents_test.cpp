@@ -168,16 +168,12 @@ TEST_F(FileContents, FindsHits) {
   const ContentsHandle contents =
       openText(index, "Walk the WALKING apple in a blue pie\ncan't stop x");
   // Places count from 1; what is asked for is where the search begins, counted from 0.
-  const struct {
-    unsigned long from;
-    const char* query;
-    unsigned long hit;
-  } cases[] = {{0, "walk", 1},         {1, "walk*", 10},    {0, "Walk", 0},
-               {0, "apple<4 pie", 18}, {0, "apple< a", 18}, {0, "+(walk the) pie", 34},
-               {0, "can't", 38},       {0, "", 0},          {10000, "walk", 0},
-               {~0ul, "walk", 0}};
-  for (const auto& c : cases)
-    EXPECT_EQ(vfcSearchBuffer(contents.get(), c.from, c.query), c.hit) << c.query << " " << c.from;
+  const std::tuple<unsigned long, const char*, unsigned long> cases[] = {
+      {0, "walk", 1},      {1, "walk*", 10},           {0, "Walk", 0},   {0, "apple<4 pie", 18},
+      {0, "apple< a", 18}, {0, "+(walk the) pie", 34}, {0, "can't", 38}, {0, "", 0},
+      {10000, "walk", 0},  {~0ul, "walk", 0}};
+  for (const auto& [from, query, hit] : cases)
+    EXPECT_EQ(vfcSearchBuffer(contents.get(), from, query), hit) << query << " " << from;
   EXPECT_TRUE(vfcContainsHit(contents.get(), "zebra stop"));
   EXPECT_FALSE(vfcContainsHit(contents.get(), "zebra"));
   EXPECT_EQ(vfcTokenLength(contents.get(), 0), 4u);
