@@ -68,6 +68,23 @@ void AnalyzerTest::exclude(const char* pattern) {
   index_->setExcludePattern(0, pattern);
 }
 
+void AnalyzerTest::useUnicode() {
+  index_->unicode = true;
+  index_->createAnalyzers();
+  include({{"*.zip", "zip"},
+           {"*.tar", "tar"},
+           {"*.gz", "gzip"},
+           {"*.tgz", "gzip"},
+           {"*.xz", "xz"},
+           {"*.txz", "xz"},
+           {"*.bz2", "bzip2"},
+           {"*.tbz2", "bzip2"},
+           {"*.zst", "zstd"},
+           {"*.tzst", "zstd"},
+           {"*.mbox", "mbox"},
+           {"*", "generic"}});
+}
+
 void AnalyzerTest::addConverter(const char* name, const char* extension,
                                 const std::string& command) {
   index_->analyzers[name] = std::make_unique<CExternalAnalyzer>(index_.get(), extension, command);

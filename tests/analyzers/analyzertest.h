@@ -23,6 +23,9 @@ class AnalyzerTest : public LeakCheckedTest {
   void include(const std::vector<std::pair<const char*, const char*>>& patterns);
   void exclude(const char* pattern);
 
+  // From now on in the Unicode mode, with the readers of archives and mailboxes.
+  void useUnicode();
+
   // Registers a converter.
   void addConverter(const char* name, const char* extension, const std::string& command);
 

@@ -123,7 +123,7 @@ TEST(PdfDocument, HostileFilesEndWithinTheirBudget) {
   PdfBuilder bomb = PdfBuilder::page("");
   std::string operators;
   while (operators.size() < 40 << 20) operators += "q 1 0 0 1 0 0 cm Q ";
-  bomb.object(4) = streamObject("/Filter/FlateDecode", deflate(operators));
+  bomb.object(4) = streamObject("/Filter/FlateDecode", deflated(operators));
   EXPECT_EQ(extract(bomb.build()), "\f");
 
   PdfBuilder forms = PdfBuilder::page("/X Do", "/XObject<</X 6 0 R>>");

@@ -20,13 +20,13 @@ TEST(PdfFilters, KnownVectorsDecode) {
   EXPECT_EQ(decode(Filter::kAscii85, "z!!~>"), std::string("\0\0\0\0\0", 5));
   EXPECT_EQ(decode(Filter::kAsciiHex, "48 65\n6C6c6>ignored"), "Hell`");
   EXPECT_EQ(decode(Filter::kRunLength, "\002abc\xFEx\x80zzz"), "abcxxx");
-  EXPECT_EQ(decode(Filter::kFlate, test::deflate("inflated")), "inflated");
+  EXPECT_EQ(decode(Filter::kFlate, test::deflated("inflated")), "inflated");
 }
 
 TEST(PdfFilters, DamagedDataGivesWhatCouldBeDecoded) {
   std::string text;
   for (int i = 0; i < 5000; ++i) text += std::to_string(i * 7919);
-  const std::string packed = test::deflate(text);
+  const std::string packed = test::deflated(text);
   const std::string half = decode(Filter::kFlate, packed.substr(0, packed.size() / 2));
   EXPECT_GT(half.size(), text.size() / 4);
   EXPECT_EQ(half, text.substr(0, half.size()));
@@ -42,7 +42,7 @@ TEST(PdfFilters, DamagedDataGivesWhatCouldBeDecoded) {
 
 TEST(PdfFilters, OutputNeverPassesTheLimit) {
   const std::string zeros(1 << 20, '\0');
-  EXPECT_EQ(decode(Filter::kFlate, test::deflate(zeros), 1000).size(), 1000u);
+  EXPECT_EQ(decode(Filter::kFlate, test::deflated(zeros), 1000).size(), 1000u);
   EXPECT_LE(decode(Filter::kAscii85, std::string(5000, 'z'), 1000).size(), 1000u);
   EXPECT_LE(decode(Filter::kAsciiHex, std::string(5000, '4'), 1000).size(), 1000u);
   EXPECT_LE(decode(Filter::kRunLength, std::string(5000, '\x81'), 1000).size(), 1000u);

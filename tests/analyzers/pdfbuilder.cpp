@@ -1,7 +1,5 @@
 #include "tests/analyzers/pdfbuilder.h"
 
-#include <zlib.h>
-
 #include "analyzers/pdf/extractor.h"
 #include "analyzers/pdf/unicode.h"
 
@@ -15,15 +13,6 @@ void appendBigEndian(std::string& out, size_t value, int bytes) {
 }
 
 }  // namespace
-
-std::string deflate(std::string_view data) {
-  uLongf bytes = compressBound(data.size());
-  std::string out(bytes, '\0');
-  compress(reinterpret_cast<Bytef*>(out.data()), &bytes,
-           reinterpret_cast<const Bytef*>(data.data()), data.size());
-  out.resize(bytes);
-  return out;
-}
 
 std::string streamObject(std::string_view entries, std::string_view bytes) {
   std::string out = "<<";
@@ -89,7 +78,7 @@ std::string PdfBuilder::buildCompressed() const {
   out += std::to_string(container) + " 0 obj\n" +
          streamObject("/Type/ObjStm/Filter/FlateDecode/N " + std::to_string(packed) + "/First " +
                           std::to_string(header.size()),
-                      deflate(header + body)) +
+                      deflated(header + body)) +
          "\nendobj\n";
   const size_t tableAt = out.size();
   for (const size_t at : {containerAt, tableAt}) {
@@ -107,7 +96,7 @@ std::string PdfBuilder::buildCompressed() const {
              "/Type/XRef/W[1 3 1]/Root 1 0 R/Filter/FlateDecode/DecodeParms<</Predictor "
              "12/Columns 5>>/Size " +
                  std::to_string(container + 2),
-             deflate(rows[1])) +
+             deflated(rows[1])) +
          "\nendobj\nstartxref\n" + std::to_string(tableAt) + "\n%%EOF\n";
   return out;
 }

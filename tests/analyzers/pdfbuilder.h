@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
-namespace veska::test {
+#include "tests/support/archives.h"
 
-std::string deflate(std::string_view data);
+namespace veska::test {
 
 // A stream object: entries of its dictionary without Length, and its bytes as they go into the
 // file.

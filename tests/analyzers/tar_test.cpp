@@ -108,9 +108,7 @@ TEST_F(Tar, ACopyHasThePaddedLength) {
 
 TEST_F(Tar, UnicodeTextIsReadAsInAFileOfItsOwn) {
   using namespace std::string_literals;
-  index().unicode = true;
-  index().createAnalyzers();
-  include({{"*.txt", "generic"}, {"*.tar", "tar"}});
+  useUnicode();
   const std::string text = "\xFF\xFEg\0r\0\xFC\0n\0 \0"s;
   EXPECT_TRUE(indexNew("a.txt", text));
   const unsigned long words = index().wordsIndexed;

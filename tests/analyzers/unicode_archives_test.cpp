@@ -77,20 +77,7 @@ class UnicodeArchives : public AnalyzerTest {
  protected:
   void SetUp() override {
     AnalyzerTest::SetUp();
-    index().unicode = true;
-    index().createAnalyzers();
-    include({{"*.zip", "zip"},
-             {"*.tar", "tar"},
-             {"*.gz", "gzip"},
-             {"*.tgz", "gzip"},
-             {"*.xz", "xz"},
-             {"*.txz", "xz"},
-             {"*.bz2", "bzip2"},
-             {"*.tbz2", "bzip2"},
-             {"*.zst", "zstd"},
-             {"*.tzst", "zstd"},
-             {"*.mbox", "mbox"},
-             {"*", "generic"}});
+    useUnicode();
   }
 };
 

@@ -99,9 +99,7 @@ class UnicodeMailbox : public AnalyzerTest {
  protected:
   void SetUp() override {
     AnalyzerTest::SetUp();
-    index().unicode = true;
-    index().createAnalyzers();
-    include({{"*.mbox", "mbox"}, {"*.zip", "zip"}, {"*", "generic"}});
+    useUnicode();
   }
 };
 

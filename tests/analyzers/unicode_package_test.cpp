@@ -15,12 +15,6 @@ namespace {
 
 using namespace unicode;
 
-std::string number(uint64_t value, int bytes) {
-  std::string text;
-  for (int i = 0; i < bytes; ++i, value >>= 8) text += static_cast<char>(value);
-  return text;
-}
-
 std::string partText(Package& package, std::string_view name, size_t piece = 7) {
   const Package::Part* part = package.find(name);
   if (part == nullptr) return "(none)";
@@ -36,23 +30,27 @@ std::string partText(Package& package, std::string_view name, size_t piece = 7) 
 
 // The same archive with 64-bit sizes and places: all numbers moved out of their 32-bit fields.
 std::string largeArchive(const std::string& name, const std::string& data) {
-  const std::string sum = number(
+  const std::string sum = littleEndian(
       crc32(0, reinterpret_cast<const Bytef*>(data.data()), static_cast<uInt>(data.size())), 4);
-  const std::string fields = number(0, 2) + number(0, 2) + number(0, 4) + sum;
-  const std::string none = number(0xFFFFFFFF, 4);
-  const std::string local = "PK\3\4" + number(45, 2) + fields + none + none +
-                            number(name.size(), 2) + number(0, 2) + name + data;
-  const std::string extra =
-      number(1, 2) + number(24, 2) + number(data.size(), 8) + number(data.size(), 8) + number(0, 8);
-  const std::string directory = "PK\1\2" + number(45, 2) + number(45, 2) + fields + none + none +
-                                number(name.size(), 2) + number(extra.size(), 2) + number(0, 10) +
-                                none + name + extra;
-  const std::string end = "PK\6\6" + number(44, 8) + number(45, 2) + number(45, 2) + number(0, 8) +
-                          number(1, 8) + number(1, 8) + number(directory.size(), 8) +
-                          number(local.size(), 8);
-  return local + directory + end + "PK\6\7" + number(0, 4) +
-         number(local.size() + directory.size(), 8) + number(1, 4) + "PK\5\6" + number(0, 4) +
-         number(0xFFFF, 2) + number(0xFFFF, 2) + none + none + number(0, 2);
+  const std::string fields = littleEndian(0, 2) + littleEndian(0, 2) + littleEndian(0, 4) + sum;
+  const std::string none = littleEndian(0xFFFFFFFF, 4);
+  const std::string local = "PK\3\4" + littleEndian(45, 2) + fields + none + none +
+                            littleEndian(name.size(), 2) + littleEndian(0, 2) + name + data;
+  const std::string extra = littleEndian(1, 2) + littleEndian(24, 2) +
+                            littleEndian(data.size(), 8) + littleEndian(data.size(), 8) +
+                            littleEndian(0, 8);
+  const std::string directory = "PK\1\2" + littleEndian(45, 2) + littleEndian(45, 2) + fields +
+                                none + none + littleEndian(name.size(), 2) +
+                                littleEndian(extra.size(), 2) + littleEndian(0, 10) + none + name +
+                                extra;
+  const std::string end = "PK\6\6" + littleEndian(44, 8) + littleEndian(45, 2) +
+                          littleEndian(45, 2) + littleEndian(0, 8) + littleEndian(1, 8) +
+                          littleEndian(1, 8) + littleEndian(directory.size(), 8) +
+                          littleEndian(local.size(), 8);
+  return local + directory + end + "PK\6\7" + littleEndian(0, 4) +
+         littleEndian(local.size() + directory.size(), 8) + littleEndian(1, 4) + "PK\5\6" +
+         littleEndian(0, 4) + littleEndian(0xFFFF, 2) + littleEndian(0xFFFF, 2) + none + none +
+         littleEndian(0, 2);
 }
 
 TEST(UnicodePackage, FindsPartsWhereverTheArchiveLies) {
@@ -61,7 +59,7 @@ TEST(UnicodePackage, FindsPartsWhereverTheArchiveLies) {
       zipArchive({{"Word/One.xml", "first"}, {"a\\two", "second", false}, {"big", data}});
   for (const std::string& bytes :
        {archive, "#!/bin/sh in front\n" + archive,
-        archive.substr(0, archive.size() - 2) + number(12, 2) + "a PK\5\6 trap!"}) {
+        archive.substr(0, archive.size() - 2) + littleEndian(12, 2) + "a PK\5\6 trap!"}) {
     MemoryInput input(bytes);
     Package package(input, 0);
     ASSERT_TRUE(package.isOpen());

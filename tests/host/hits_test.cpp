@@ -23,7 +23,8 @@ class HitsTest : public testing::Test {
     files_.write("a.txt", "été\n");
     files_.build();
     index_ = files_.open();
-    reader_ = std::make_unique<Reader>(index_, files_.tables());
+    reader_ = unicode ? std::make_unique<Reader>(index_, files_.tables())
+                      : std::make_unique<Reader>(index_);
   }
 
   QueryResult parse(const std::string& text) const {

@@ -1,9 +1,10 @@
-// Random boolean queries against random files, through several updates, compared with a slow look
-// at every file.
+// Postings, and random boolean queries, of random files, through several updates, compared with a
+// slow look at every file.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <memory>
 #include <random>
 #include <set>
@@ -16,6 +17,7 @@
 #include "host/query.h"
 #include "host/reader.h"
 #include "host/search.h"
+#include "host/words.h"
 #include "tests/host/smallindex.h"
 
 namespace veska {
@@ -53,37 +55,27 @@ class Oracle {
   std::unique_ptr<Node> randomQuery(int depth) {
     auto node = std::make_unique<Node>();
     const auto term = [this] { return kTerms[below(kTerms.size())]; };
-    switch (depth == 0 ? below(4) : 4 + below(3)) {
-      case 0:
-      case 1:
-        node->terms = {term()};
-        node->text = node->terms[0];
-        break;
-      case 2:
-        node->kind = Node::kPhrase;
-        node->terms = {term(), term()};
-        node->text = "\"" + node->terms[0] + " " + node->terms[1] + "\"";
-        break;
-      case 3:
-        node->kind = Node::kNear;
-        node->terms = {term(), term()};
-        node->distance = 1 + below(4);
-        node->text = "(" + node->terms[0] + " NEAR/" + std::to_string(node->distance) + " " +
-                     node->terms[1] + ")";
-        break;
-      case 4:
-      case 5:
-        node->kind = below(2) == 0 ? Node::kAnd : Node::kOr;
-        node->left = randomQuery(depth - 1);
-        node->right = randomQuery(depth - 1);
-        node->text = "(" + node->left->text + (node->kind == Node::kOr ? " OR " : " ") +
-                     node->right->text + ")";
-        break;
-      default:
-        node->kind = Node::kNot;
-        node->left = randomQuery(depth - 1);
-        node->text = "NOT " + node->left->text;
+    constexpr decltype(node->kind) kLeaves[] = {Node::kTerm, Node::kTerm, Node::kPhrase,
+                                                Node::kNear};
+    constexpr decltype(node->kind) kBranches[] = {Node::kAnd, Node::kOr, Node::kNot};
+    node->kind = depth == 0 ? kLeaves[below(4)] : kBranches[below(3)];
+    if (depth == 0) {
+      node->distance = 1 + below(4);
+      node->terms = {term()};
+      node->text = node->terms[0];
+      if (node->kind == Node::kTerm) return node;
+      node->terms.push_back(term());
+      const bool near = node->kind == Node::kNear;
+      node->text += (near ? " NEAR/" + std::to_string(node->distance) : "") + " " + node->terms[1];
+      node->text = near ? "(" + node->text + ")" : "\"" + node->text + "\"";
+      return node;
     }
+    node->left = randomQuery(depth - 1);
+    node->text = "NOT " + node->left->text;
+    if (node->kind == Node::kNot) return node;
+    node->right = randomQuery(depth - 1);
+    node->text =
+        "(" + node->left->text + (node->kind == Node::kOr ? " OR " : " ") + node->right->text + ")";
     return node;
   }
 
@@ -122,12 +114,31 @@ Words split(const std::string& text) {
   return {std::istream_iterator<std::string>(stream), {}};
 }
 
-void compare(test::SmallIndex& files, Oracle& oracle, int rounds) {
-  Reader reader(files.open());
+// How often each word occurs in each file.
+void comparePostings(test::SmallIndex& files, Reader& reader) {
+  for (const std::string& word : kVocabulary) {
+    std::map<std::string, long> listed, counted;
+    for (const Posting& posting : reader.postings(reader.lookup(word)))
+      listed[reader.path(posting.file)] = posting.occurrences;
+    for (const auto& [path, text] : files.texts()) {
+      const Words words = split(text);
+      const long count = std::count(words.begin(), words.end(), word);
+      if (count != 0) counted[path] = count;
+    }
+    ASSERT_EQ(listed, counted) << word;
+  }
+}
+
+void compare(test::SmallIndex& files, bool unicode, Oracle& oracle, int rounds) {
+  CVeskaIndex* const index = files.open();
+  Reader reader = unicode ? Reader(index, files.tables()) : Reader(index);
+  comparePostings(files, reader);
+  WordCutter cut = cutBytes;
+  if (unicode) cut = [index](std::string_view part) { return cutUnicode(index, part); };
   int answered = 0;
   for (int round = 0; round < rounds; ++round) {
     const auto node = oracle.randomQuery(static_cast<int>(oracle.below(4)));
-    const QueryResult parsed = parseQuery(node->text);
+    const QueryResult parsed = parseQuery(node->text, {}, cut);
     if (!parsed.query) continue;  // only excludes
     ++answered;
     SearchOptions options;
@@ -156,13 +167,14 @@ TEST(SearchOracle, AnswersAsALookAtEveryFileThroughUpdates) {
   for (const unsigned seed : {1u, 2u, 3u}) {
     SCOPED_TRACE(seed);
     Oracle oracle(seed);
-    test::SmallIndex files;
+    const bool unicode = seed == 2;
+    test::SmallIndex files(unicode);
     for (int i = 0; i < 40; ++i) {
       files.write("d" + std::to_string(i % 5) + "/f" + std::to_string(i) + ".txt",
                   oracle.randomText());
     }
     files.build();
-    compare(files, oracle, 150);
+    compare(files, unicode, oracle, 150);
     for (int change = 0; change < 3 && !testing::Test::HasFatalFailure(); ++change) {
       for (int i = 0; i < 15; ++i) {
         const size_t number = oracle.below(60);
@@ -175,7 +187,7 @@ TEST(SearchOracle, AnswersAsALookAtEveryFileThroughUpdates) {
         }
       }
       files.update();
-      compare(files, oracle, 100);
+      compare(files, unicode, oracle, 100);
     }
   }
 }

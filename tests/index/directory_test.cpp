@@ -187,29 +187,18 @@ TEST_F(Directory, HaltEndsTheWalkAndKeepsWhatWasDone) {
   Reports reports;
   reports.answer = [](const std::string&) { return false; };
   const auto top = vfsAddFile(vidxGetFiles(index), docs().c_str());
-  vidxIndexDirectory(index, docs().c_str(), top);
-  EXPECT_EQ(reports.take(), Texts{}) << "status is off: nothing can halt";
+  const auto walk = [&] {
+    vidxIndexDirectory(index, docs().c_str(), top);
+    return reports.take();
+  };
+  EXPECT_EQ(walk(), Texts{}) << "status is off: nothing can halt";
   EXPECT_EQ(recordsOf(index).size(), 4U);
-
   vidxSetShowStatus(index, true);
   document("sub/c.txt", "gamma ");
-  // The first report is granted, the second, at least a second later, is not.
-  int asked = 0;
-  reports.answer = [&](const std::string& key) {
-    EXPECT_EQ(key, "IndexingFile");
-    index->lastStatusTime = 0;
-    return ++asked < 2;
-  };
-  vidxIndexDirectory(index, docs().c_str(), top);
-  // Granting sets the time of the last report, so the second one comes only after it was reset.
-  EXPECT_LE(reports.count("status:"), 2);
-  index->lastStatusTime = 0;
-  asked = 2;
-  vidxIndexDirectory(index, docs().c_str(), top);
-  EXPECT_EQ(reports.take().back(), "throw:HaltRequested:");
+  EXPECT_EQ(walk().back(), "throw:HaltRequested:");
+  EXPECT_EQ(recordsOf(index).size(), 4U);
   index->lastStatusTime = time(nullptr) + 1000;
-  vidxIndexDirectory(index, docs().c_str(), top);
-  EXPECT_EQ(reports.take(), Texts{}) << "a second has not gone by";
+  EXPECT_EQ(walk(), Texts{}) << "a second has not gone by";
   EXPECT_NE(wordOf(index, "gamma").lastFile, 0U);
 }
 

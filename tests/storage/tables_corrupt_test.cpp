@@ -1,9 +1,6 @@
 // Damaged tables: whatever stands in the files of an index, using it ends in an error or an answer.
 // Run under the sanitizers, which tell a read outside the mapping.
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <filesystem>
 #include <map>
 #include <random>
@@ -47,7 +44,9 @@ class TablesCorrupt : public LeakCheckedTest {
     for (const auto& [each, content] : good_) {
       const std::string* now = each == name ? bytes : &content;
       if (now) {
-        rewrite(indexPath() + each, *now);
+        // A new file each time, since the old one may be cut while it is mapped.
+        std::filesystem::remove(indexPath() + each);
+        writeFile(indexPath() + each, *now);
       } else {
         std::filesystem::remove(indexPath() + each);
       }
@@ -76,14 +75,6 @@ class TablesCorrupt : public LeakCheckedTest {
   int used_ = 0, opened_ = 0;
 
  private:
-  // A new file each time, since the old one may be cut while it is mapped.
-  static void rewrite(const std::string& file, const std::string& bytes) {
-    std::filesystem::remove(file);
-    const int out = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    EXPECT_EQ(::write(out, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-    ::close(out);
-  }
-
   void makeIndex() {
     CVeskaIndex* index = vCreateNewIndex(true, indexPath().c_str());
     ASSERT_NE(index, nullptr);

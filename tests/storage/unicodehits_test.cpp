@@ -12,6 +12,7 @@ class UnicodeContents : public DisplayTest {
   void SetUp() override {
     DisplayTest::SetUp();
     index = newIndex();
+    vidxSetMinWordLength(index, 3);
     vidxSetUnicode(index, true);
     vidxCreateAnalyzers(index);
     vidxSetIncludePattern(index, 0, "*", nullptr);

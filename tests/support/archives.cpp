@@ -6,15 +6,12 @@
 
 namespace veska::test {
 
-namespace {
-
-std::string number(uint64_t value, int bytes) {
+std::string littleEndian(uint64_t value, int bytes) {
   std::string text;
   for (int i = 0; i < bytes; ++i) text += static_cast<char>(value >> (8 * i));
   return text;
 }
 
-// windowBits as for deflateInit2: negative for raw data, 16 more for gzip.
 std::string deflated(std::string_view bytes, int windowBits) {
   z_stream stream = {};
   deflateInit2(&stream, 9, Z_DEFLATED, windowBits, 8, Z_DEFAULT_STRATEGY);
@@ -29,15 +26,18 @@ std::string deflated(std::string_view bytes, int windowBits) {
   return result;
 }
 
+namespace {
+
 // What a local header and a directory entry have in common, from the flags on.
 std::string zipFields(const ZipMember& member, size_t packedBytes) {
   constexpr unsigned kTime = 5 << 11 | 6 << 5 | 4;
   constexpr unsigned kDate = (2021 - 1980) << 9 | 3 << 5 | 4;
   const uLong sum = crc32(0, reinterpret_cast<const Bytef*>(member.data.data()),
                           static_cast<uInt>(member.data.size()));
-  return number(member.flags, 2) + number(member.deflated ? 8 : 0, 2) + number(kTime, 2) +
-         number(kDate, 2) + number(sum, 4) + number(packedBytes, 4) +
-         number(member.data.size(), 4) + number(member.name.size(), 2);
+  return littleEndian(member.flags, 2) + littleEndian(member.deflated ? 8 : 0, 2) +
+         littleEndian(kTime, 2) + littleEndian(kDate, 2) + littleEndian(sum, 4) +
+         littleEndian(packedBytes, 4) + littleEndian(member.data.size(), 4) +
+         littleEndian(member.name.size(), 2);
 }
 
 }  // namespace
@@ -50,22 +50,20 @@ std::string zipArchive(const std::vector<ZipMember>& members) {
     if (member.sameAs < 0) {
       const std::string packed = member.deflated ? deflated(member.data, -15) : member.data;
       places.emplace_back(archive.size(), packed.size());
-      archive += "PK\3\4" + number(20, 2) + zipFields(member, packed.size()) + number(0, 2) +
-                 member.name + packed;
+      archive += "PK\3\4" + littleEndian(20, 2) + zipFields(member, packed.size()) +
+                 littleEndian(0, 2) + member.name + packed;
     } else {
       places.push_back(places[static_cast<size_t>(member.sameAs)]);
     }
-    directory += "PK\1\2" + number(20, 2) + number(20, 2) +
-                 zipFields(member, places.back().second) + number(0, 2) + number(0, 2) +
-                 number(0, 2) + number(0, 2) + number(0, 4) + number(places.back().first, 4) +
-                 member.name;
+    directory += "PK\1\2" + littleEndian(20, 2) + littleEndian(20, 2) +
+                 zipFields(member, places.back().second) + littleEndian(0, 2) + littleEndian(0, 2) +
+                 littleEndian(0, 2) + littleEndian(0, 2) + littleEndian(0, 4) +
+                 littleEndian(places.back().first, 4) + member.name;
   }
-  return archive + directory + "PK\5\6" + number(0, 4) + number(members.size(), 2) +
-         number(members.size(), 2) + number(directory.size(), 4) + number(archive.size(), 4) +
-         number(0, 2);
+  return archive + directory + "PK\5\6" + littleEndian(0, 4) + littleEndian(members.size(), 2) +
+         littleEndian(members.size(), 2) + littleEndian(directory.size(), 4) +
+         littleEndian(archive.size(), 4) + littleEndian(0, 2);
 }
-
-std::string gzipped(std::string_view bytes) { return deflated(bytes, 15 + 16); }
 
 void setTarSum(std::string& member) {
   member.replace(148, 8, 8, ' ');

@@ -21,8 +21,14 @@ struct ZipMember {
 // A ZIP archive; all times are 2021-03-04 05:06:08.
 std::string zipArchive(const std::vector<ZipMember>& members);
 
+// The number as so many bytes, the lowest first.
+std::string littleEndian(uint64_t value, int bytes);
+
+// Data of zlib; windowBits as for deflateInit2: negative for raw data, 16 more for gzip.
+std::string deflated(std::string_view bytes, int windowBits = 15);
+
 // A gzip file.
-std::string gzipped(std::string_view bytes);
+inline std::string gzipped(std::string_view bytes) { return deflated(bytes, 15 + 16); }
 
 // One TAR member with its padding. size: the text of the size field, made from the data when empty.
 std::string tarMember(std::string_view name, std::string_view data, char kind = '0',
