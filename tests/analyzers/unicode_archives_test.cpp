@@ -8,9 +8,6 @@
 #include <zstd.h>
 
 #include <functional>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "analyzers/archivereader.h"
 #include "tests/analyzers/analyzertest.h"

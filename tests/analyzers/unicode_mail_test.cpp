@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "analyzers/unicode/mailheader.h"
 #include "tests/analyzers/documenttext.h"
 

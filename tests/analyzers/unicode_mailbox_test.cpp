@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <random>
-#include <string>
-#include <vector>
 
 #include "analyzers/unicode/mailbox.h"
 #include "storage/filecontents.h"

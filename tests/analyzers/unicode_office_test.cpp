@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 #include "analyzers/unicode/sheetnumbers.h"
 #include "tests/analyzers/documenttext.h"
 #include "tests/support/archives.h"

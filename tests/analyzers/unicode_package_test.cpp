@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <random>
-#include <string>
 
 #include "analyzers/unicode/charset.h"
 #include "analyzers/unicode/package.h"

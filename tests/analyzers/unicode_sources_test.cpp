@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <random>
-#include <string>
-#include <vector>
 
 #include "analyzers/unicode/charset.h"
 #include "analyzers/unicode/displaywriter.h"

@@ -8,8 +8,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "analyzers/unicode/characters.h"
 #include "analyzers/unicode/charset.h"

@@ -8,8 +8,6 @@
 #include <filesystem>
 #include <fstream>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "host/attempt.h"
 #include "host/filters.h"

@@ -5,14 +5,9 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
-#include <memory>
 #include <random>
 #include <set>
 #include <sstream>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
 
 #include "host/query.h"
 #include "host/reader.h"

@@ -1,7 +1,6 @@
 #include "storage/filestorage.h"
 
 #include <cstring>
-#include <memory>
 #include <random>
 
 #include "api/veskalib.h"
