@@ -3,7 +3,6 @@
 // VESKA_TEST_ALL=1 in the environment.
 #include <cstdlib>
 #include <filesystem>
-#include <iostream>
 #include <map>
 
 #include "tests/cli/program.h"
@@ -103,8 +102,6 @@ class DamagedIndex : public ProgramTest {
              fs::copy_options::recursive | fs::copy_options::copy_symlinks);
   }
 
-  int cases() const { return cases_; }
-
  private:
   static constexpr unsigned kMostSeconds = 10;
 
@@ -129,7 +126,6 @@ TEST_F(DamagedIndex, ByteFlipped) {
       if (HasFailure()) return;
     }
   }
-  if (wantsAll()) std::cout << cases() << " bytes with all commands\n";
 }
 
 TEST_F(DamagedIndex, CutExtendedOrZeroed) {

@@ -140,8 +140,6 @@ class Damage : public ReaderTest {
   }
 };
 
-TEST_F(Damage, AnIntactIndexHasNoProblemButItsMissingState) { EXPECT_EQ(problems(), 1u); }
-
 TEST_F(Damage, FlippedBytesEndInErrorsAndNotInCrashes) {
   std::mt19937 random(7);
   uint64_t noticed = 0;
