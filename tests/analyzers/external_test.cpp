@@ -69,37 +69,28 @@ TEST_F(External, NoByteOfAPathMeansAnythingToTheShell) {
       every, "$(touch x)", "`touch x`", "a b", "a\nb",     "a'b", "'; touch x; '", "\"$(touch x)\"",
       "\\",  "\\'",        "*",         "~",   "a;b&c",    "-rf", "${HOME}",       "#x",
       "!!",  "a\\\nb",     "\xFF\xFE",  "\n",  "' \" ' \""};
-  const char* places[] = {
-      "%s %%i %%o",
-      "%s '%%i' %%o",
-      "%s \"%%i\" %%o",
-      "%s pre%%i.post %%o",
-      "%s \"pre %%i post\" '%%o'",
-      "%s 'pre '%%i' post' \"%%o\"",
-      "%s \\'%%i\\\" \"%%o\"",
+  // The places, and the arguments that arrive there, with "%" for the path.
+  const std::pair<const char*, std::string> places[] = {
+      {" %i %o", "%"},
+      {" '%i' %o", "%"},
+      {" \"%i\" %o", "%"},
+      {" pre%i.post %o", "pre%.post"},
+      {" \"pre %i post\" '%o'", "pre % post"},
+      {" 'pre '%i' post' \"%o\"", "pre % post"},
+      {" \\'%i\\\" \"%o\"", "'%\""},
   };
   const std::string show = path("show.sh");
   writeFile(show, "for a; do printf '%s|' \"$a\"; done > \"" + path("seen") + "\"\n");
   index().temporaryDirectory = path("cache");
-  for (const char* place : places) {
-    char format[1000];
-    std::snprintf(format, sizeof format, place, ("sh " + show).c_str());
-    const CExternalAnalyzer analyzer(&index(), "txt", format);
+  for (const auto& [place, argument] : places) {
+    const CExternalAnalyzer analyzer(&index(), "txt", "sh " + show + place);
     for (const std::string& name : names) {
       const std::string source = name == "-rf" ? name : path("d/") + name;
       const std::string line = analyzer.makeCommand(source, path("cache/1.txt"));
       ASSERT_EQ(runShellCommand(line, 10, 0), CommandResult::kEnded);
-      std::string expected = std::string(place).substr(3);  // past "%s "
-      const std::string path = name == "-rf" ? "./-rf" : source;
-      if (expected.find("pre") == expected.npos)
-        expected = path;
-      else
-        expected = expected.find("pre%%i") != expected.npos ? "pre" + path + ".post"
-                                                            : "pre " + path + " post";
-      if (std::string_view(place).find("\\'") != std::string_view::npos)
-        expected = '\'' + path + '"';
-      EXPECT_EQ(readFile(this->path("seen")), expected + '|' + this->path("cache/1.txt") + '|')
-          << line;
+      std::string expected = argument;
+      expected.replace(expected.find('%'), 1, name == "-rf" ? "./-rf" : source);
+      EXPECT_EQ(readFile(path("seen")), expected + '|' + path("cache/1.txt") + '|') << line;
     }
   }
   EXPECT_FALSE(std::filesystem::exists("x"));

@@ -3,11 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <random>
 
 #include "analyzers/unicode/charset.h"
 #include "analyzers/unicode/storytext.h"
 #include "tests/analyzers/documenttext.h"
+#include "tests/support/generated.h"
 
 namespace veska::unicode {
 namespace {
@@ -51,14 +51,13 @@ std::string byCharacters(std::string_view text, size_t maxBytes, int width) {
 
 TEST(UnicodeDisplay, RunsAreShownAsTheirCharactersAre) {
   constexpr unsigned kSeed = 5;
-  std::mt19937 random(kSeed);
+  test::Generator generate(kSeed);
   const std::string_view pieces[] = {"a", "word",    " ",  "\t", "\n", "\r\n",
                                      "é", "e\u0301", "東", "x",  "  ", "longerword"};
   for (int round = 0; round < 3000; ++round) {
-    std::string text;
-    for (size_t n = random() % 40; n != 0; --n) text += pieces[random() % std::size(pieces)];
-    const size_t most = random() % 2 ? 1 + random() % 60 : 1000;
-    const int width = static_cast<int>(random() % 20);
+    const std::string text = generate.anyOf(pieces, 39);
+    const size_t most = generate.below(2) ? 1 + generate.below(60) : 1000;
+    const int width = static_cast<int>(generate.below(20));
     const std::string whole = wholeText(text, most, width);
     ASSERT_EQ(whole, byCharacters(text, most, width))
         << "seed " << kSeed << ", width " << width << ", at most " << most << ": " << text;

@@ -16,6 +16,7 @@
 #include "api/veskalib.h"
 #include "index/index.h"
 #include "storage/hashentries.h"
+#include "tests/support/generated.h"
 #include "tests/support/tempdir.h"
 
 namespace veska::unicode {
@@ -232,15 +233,11 @@ TEST_F(UnicodeTokenizer, CutsWhatPeopleWrite) {
 TEST_F(UnicodeTokenizer, BoundsWordsAndRunsOfAnyLength) {
   const WordLengths any{1, ~size_t{0}};
   EXPECT_EQ(cut(std::string(1 << 20, 'x') + " end", any), Words{"end"});
-  std::string marks = "a";
-  for (int i = 0; i < 100000; ++i) marks += "\u0301";
-  EXPECT_EQ(cut(marks + " end", any), Words{"end"});
+  EXPECT_EQ(cut("a" + test::repeated("\u0301", 100000) + " end", any), Words{"end"});
 
-  std::string run;
   Words pairs;
-  for (int i = 0; i < 3000; ++i) run += i % 2 ? "京" : "東";
   for (int i = 0; i + 1 < 3000; ++i) pairs.push_back(i % 2 ? "京東" : "東京");
-  EXPECT_EQ(cut(run, any), pairs);
+  EXPECT_EQ(cut(test::repeated("東京", 1500), any), pairs);
 }
 
 TEST(UnicodeMarks, AreTakenOffWhereTheyAreAccents) {

@@ -9,6 +9,7 @@
 #include "host/snippets.h"
 #include "host/words.h"
 #include "tests/host/smallindex.h"
+#include "tests/support/generated.h"
 
 namespace veska {
 namespace {
@@ -96,10 +97,8 @@ TEST_F(Hits, HoldWhereTheLanguageSaysSo) {
 }
 
 TEST_F(Hits, LongPhrasesOfOneWordStayLinear) {
-  std::string phrase = "\"";
-  for (int i = 0; i < 900; ++i) phrase += "a ";
-  std::string text;
-  for (int i = 0; i < 200000; ++i) text += "a ";
+  const std::string phrase = "\"" + test::repeated("a ", 900);
+  std::string text = test::repeated("a ", 200000);
   const QueryResult parsed = parse(phrase + "b\"");
   const HitFinder finder(*reader_, *parsed.query);
   EXPECT_FALSE(finder.holds(parsed.query->leaves.front(), finder.find(text)));
@@ -119,10 +118,8 @@ TEST_F(Hits, SnippetsAreTheLinesWithMostDifferentWords) {
 }
 
 TEST_F(Hits, SnippetsOfLongLinesKeepTheHitAndWholeCharacters) {
-  std::string text;
-  for (int i = 0; i < 300; ++i) text += "\xE2\x82\xAC\xC3\xA9 ";
-  text += "needle";
-  for (int i = 0; i < 300; ++i) text += " \xC3\xA9\xE2\x82\xAC";
+  const std::string text =
+      test::repeated("\u20ACé ", 300) + "needle" + test::repeated(" é\u20AC", 300);
   for (size_t width = 20; width < 60; ++width) {
     const std::vector<Snippet> found = snippets("needle", text, {3, width});
     ASSERT_EQ(found.size(), 1u);

@@ -5,9 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <random>
 #include <string>
 #include <vector>
+
+#include "tests/support/generated.h"
 
 namespace veska {
 namespace {
@@ -133,9 +134,7 @@ TEST(Query, HostileQueriesEndWithAClearMessage) {
   const auto errorOf = [](const std::string& text) { return parseQuery(text, rule).error.message; };
   EXPECT_THAT(errorOf(std::string(1 << 20, 'x')), HasSubstr("too long"));
   EXPECT_THAT(errorOf(std::string(60000, '(')), HasSubstr("nested deeper"));
-  std::string nots;
-  for (int i = 0; i < 10000; ++i) nots += "NOT ";
-  EXPECT_THAT(errorOf(nots + "cat"), HasSubstr("nested deeper"));
+  EXPECT_THAT(errorOf(test::repeated("NOT ", 10000) + "cat"), HasSubstr("nested deeper"));
   std::string many;
   for (int i = 0; i < 5000; ++i) many += "w" + std::to_string(i) + " ";
   EXPECT_THAT(errorOf(many), HasSubstr("more than 1000 words"));
@@ -143,9 +142,7 @@ TEST(Query, HostileQueriesEndWithAClearMessage) {
   for (int i = 0; i < 100; ++i) stars += "*w" + std::to_string(i) + " ";
   EXPECT_THAT(errorOf(stars), HasSubstr("words with *"));
   EXPECT_THAT(errorOf(std::string(60000, '"')), HasSubstr("nothing is left"));
-  std::string groups;
-  for (int i = 0; i < 10000; ++i) groups += "() ";
-  EXPECT_THAT(errorOf(groups), HasSubstr("nothing is left"));
+  EXPECT_THAT(errorOf(test::repeated("() ", 10000)), HasSubstr("nothing is left"));
 }
 
 // Whatever the text: either a program in which every step finds its operands, or an error in it.
@@ -153,11 +150,10 @@ TEST(Query, EveryTextGivesAProgramOrAnError) {
   const std::vector<std::string> parts = {
       "(", ")",     "OR ",     "AND ", "NOT ", "-",    "\"", "cat ", "dog ", "*",
       "?", "NEAR ", "NEAR/3 ", "the ", "\xC3", "\xA9", "a ", " ",    "&",    "\xE2\x80\x9C"};
-  std::mt19937 random(20240331);
+  test::Generator generate(20240331);
   int programs = 0;
   for (int round = 0; round < 20000; ++round) {
-    std::string text;
-    for (auto count = random() % 14; count > 0; --count) text += parts[random() % parts.size()];
+    const std::string text = generate.anyOf(parts, 13);
     const QueryResult result = parseQuery(text, rule);
     if (!result.query) {
       ASSERT_FALSE(result.error.message.empty()) << text;

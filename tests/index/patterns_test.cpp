@@ -1,8 +1,7 @@
 // The patterns of an index, and their matchers against slow and obvious ones, on generated texts,
 // and against hostile ones that those could never finish.
 
-#include <random>
-
+#include "tests/support/generated.h"
 #include "tests/support/indextest.h"
 #include "tests/support/slowmatch.h"
 
@@ -68,26 +67,6 @@ TEST_F(Patterns, ExcludePatternsAreWholePatterns) {
 
 using PatternsOracle = IndexTest;
 
-class Generator {
- public:
-  Generator(unsigned seed, std::string alphabet) : random_(seed), alphabet_(std::move(alphabet)) {}
-  std::string operator()(size_t longest) {
-    std::string text(random_() % (longest + 1), ' ');
-    for (char& c : text) c = alphabet_[random_() % alphabet_.size()];
-    return text;
-  }
-
- private:
-  std::mt19937 random_;
-  std::string alphabet_;
-};
-
-std::string repeated(const std::string& piece, size_t times) {
-  std::string text;
-  for (size_t i = 0; i < times; ++i) text += piece;
-  return text;
-}
-
 constexpr unsigned kSeed = 4242;
 
 TEST_F(PatternsOracle, ShortNamesAgreeWithTheRules) {
@@ -104,10 +83,11 @@ TEST_F(PatternsOracle, ShortNamesAgreeWithTheRules) {
       {"a| ", "a*| &^?", 6, 10, 40000},
   };
   for (const auto& kind : kinds) {
-    Generator names(kSeed, kind.names), patterns(kSeed + 1, kind.patterns);
+    Generator generate(kSeed);
     int matches = 0;
     for (int round = 0; round < kind.rounds; ++round) {
-      const std::string name = names(kind.nameLength), pattern = patterns(kind.patternLength);
+      const std::string name = generate.bytes(kind.names, kind.nameLength);
+      const std::string pattern = generate.bytes(kind.patterns, kind.patternLength);
       SCOPED_TRACE("name " + testing::PrintToString(name) + " pattern " +
                    testing::PrintToString(pattern));
       const bool expected = slowTermMatch(name.c_str(), pattern.c_str());
@@ -165,11 +145,10 @@ TEST_F(PatternsOracle, QueryTermsAgreeWithTheRules) {
     const auto set = setting.trailing ? vidxSetValidTrailingMask : vidxSetValidCharMask;
     set(index, '*', setting.star);
     set(index, '?', setting.question);
-    Generator words(kSeed, "abA*?\xE9"), terms(kSeed + 1, "abA*?\xE9");
-    Generator plainWords(kSeed, "ab"), plainTerms(kSeed + 1, "ab*?");
+    Generator generate(kSeed);
     for (int round = 0; round < 30000; ++round) {
-      const std::string word = round % 2 != 0 ? words(6) : plainWords(7);
-      const std::string term = round % 2 != 0 ? terms(6) : plainTerms(6);
+      const std::string word = generate.bytes(round % 2 != 0 ? "abA*?\xE9" : "ab", 7);
+      const std::string term = generate.bytes(round % 2 != 0 ? "abA*?\xE9" : "ab*?", 6);
       ASSERT_EQ(vidxDoesWordMatch(index, word.c_str(), term.c_str()),
                 slowWordMatch(word.c_str(), term.c_str(), setting.wild))
           << testing::PrintToString(word) << " term " << testing::PrintToString(term) << " wild "

@@ -1,8 +1,7 @@
 // Words on their way into the tables, skip words, and the scan of the table for terms with
 // wildcards.
 
-#include <random>
-
+#include "tests/support/generated.h"
 #include "tests/support/indextest.h"
 
 namespace veska::test {
@@ -207,21 +206,16 @@ class WordScan : public IndexTest {
 
 TEST_F(WordScan, FindsWhatAWalkFinds) {
   constexpr unsigned kSeed = 20;
-  std::mt19937 random(kSeed);
-  const auto text = [&random](std::string_view letters, size_t most) {
-    std::string made(1 + random() % most, ' ');
-    for (char& c : made) c = letters[random() % letters.size()];
-    return made;
-  };
+  Generator generate(kSeed);
   const IndexPtr index(vCreateNewIndex(true, indexPath().c_str()));
   setMasks(index);
   vidxNewFileLinks(index);
   // Ids and links of the table's data read as letters here and there, so that hits lie in them.
   for (unsigned long file = 1; file < 3000; ++file)
-    vidxIndexWord(index, text("abc", 12).c_str(), 0x61626300 + file);
+    vidxIndexWord(index, generate.bytes("abc", 12).c_str(), 0x61626300 + file);
   size_t found = 0;
   for (int round = 0; round < 600; ++round) {
-    const std::string term = text("abc*?", 9);
+    const std::string term = generate.bytes("abc*?", 9);
     const Ids expected = walked(index, term);
     ASSERT_EQ(scanned(index, term), expected) << "seed " << kSeed << ", term " << term;
     found += expected.size();

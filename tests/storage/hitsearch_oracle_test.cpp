@@ -5,13 +5,16 @@
 
 #include <cctype>
 #include <climits>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "storage/hitsearch.h"
+#include "tests/support/generated.h"
 
 namespace {
+
+using veska::test::Generator;
+using veska::test::repeated;
 
 class Oracle {
  public:
@@ -191,26 +194,6 @@ class Oracle {
   const int defaultDistance_;
 };
 
-class Generator {
- public:
-  explicit Generator(unsigned seed) : random_(seed) {}
-
-  size_t below(size_t n) { return std::uniform_int_distribution<size_t>(0, n - 1)(random_); }
-  std::string bytes(const std::string& alphabet, size_t maxLength) {
-    std::string text(below(maxLength + 1), ' ');
-    for (char& c : text) c = alphabet[below(alphabet.size())];
-    return text;
-  }
-  std::string anyOf(const std::vector<std::string>& pieces, size_t maxPieces) {
-    std::string text;
-    for (size_t i = below(maxPieces + 1); i-- > 0;) text += pieces[below(pieces.size())];
-    return text;
-  }
-
- private:
-  std::mt19937 random_;
-};
-
 WordClasses makeClasses(const std::string& valid, const std::string& trailing) {
   WordClasses classes;
   for (const char c : valid)
@@ -312,21 +295,14 @@ TEST(HitSearchOracle, AgreesOnManyWildcardTerms) {
 
 // --- Queries and texts made to take long or to nest deep: that these cases end is what they show
 
-std::string times(size_t count, const std::string& piece) {
-  std::string text;
-  text.reserve(count * piece.size());
-  while (count-- > 0) text += piece;
-  return text;
-}
-
 TEST(HitSearch, EndsSoonOnHostileQueries) {
   WordClasses classes;
   for (int b = 1; b < 256; ++b)
     classes.startTable[b] = classes.insideTable[b] = std::isalnum(b) != 0;
   constexpr size_t kBytes = 1 << 20;
   constexpr long kNone = -1;
-  const std::string letters = times(kBytes / 2, "a ");
-  const std::string words = times(kBytes / 5, "aaaa ");
+  const std::string letters = repeated("a ", kBytes / 2);
+  const std::string words = repeated("aaaa ", kBytes / 5);
   const std::string oneWord(kBytes, 'a');
   const std::string lateHit = letters + "b";
   const struct {
@@ -335,19 +311,20 @@ TEST(HitSearch, EndsSoonOnHostileQueries) {
     std::string query;
     long hit;
   } cases[] = {
-      {"stars", words, times(300, "*a") + "*b", kNone},
-      {"stars in one word", oneWord, times(300, "*a") + "*b", kNone},
-      {"more stars than an automaton holds", oneWord, "a" + times(5000, "*a") + "*b", kNone},
-      {"any bytes and stars", oneWord, times(500, "*a?") + "b", kNone},
-      {"groups", letters, times(100000, "(") + "a" + times(100000, ")"), 0},
-      {"groups left out", letters, times(100000, "+(") + "a", kNone},
-      {"conditions that never hold", letters, times(10000, "a<8 ") + "b", kNone},
-      {"conditions that always hold", letters, times(1000, "a<8 ") + "a", 0},
-      {"conditions in groups", letters, times(10000, "(a<8 ") + "b" + times(10000, ")"), kNone},
-      {"conditions on one word", oneWord, times(1000, "*<8 ") + "b", kNone},
+      {"stars", words, repeated("*a", 300) + "*b", kNone},
+      {"stars in one word", oneWord, repeated("*a", 300) + "*b", kNone},
+      {"more stars than an automaton holds", oneWord, "a" + repeated("*a", 5000) + "*b", kNone},
+      {"any bytes and stars", oneWord, repeated("*a?", 500) + "b", kNone},
+      {"groups", letters, repeated("(", 100000) + "a" + repeated(")", 100000), 0},
+      {"groups left out", letters, repeated("+(", 100000) + "a", kNone},
+      {"conditions that never hold", letters, repeated("a<8 ", 10000) + "b", kNone},
+      {"conditions that always hold", letters, repeated("a<8 ", 1000) + "a", 0},
+      {"conditions in groups", letters, repeated("(a<8 ", 10000) + "b" + repeated(")", 10000),
+       kNone},
+      {"conditions on one word", oneWord, repeated("*<8 ", 1000) + "b", kNone},
       {"a distance beyond all numbers", lateHit, "a<88888888888888888888 b", 0},
       {"a distance that falls short", lateHit, "a<1 b", static_cast<long>(kBytes) - 4},
-      {"many terms", letters, times(200000, "b") + times(200000, " b"), kNone},
+      {"many terms", letters, repeated("b", 200000) + repeated(" b", 200000), kNone},
   };
   for (const auto& c : cases) {
     HitSearch search(classes, c.text, c.query, 3);
