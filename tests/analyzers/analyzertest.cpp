@@ -85,6 +85,11 @@ void AnalyzerTest::useUnicode() {
            {"*", "generic"}});
 }
 
+void AnalyzerTest::useCache() {
+  std::filesystem::create_directory(path("cache"));
+  index_->temporaryDirectory = path("cache");
+}
+
 void AnalyzerTest::addConverter(const char* name, const char* extension,
                                 const std::string& command) {
   index_->analyzers[name] = std::make_unique<CExternalAnalyzer>(index_.get(), extension, command);

@@ -26,6 +26,16 @@ class AnalyzerTest : public LeakCheckedTest {
   // From now on in the Unicode mode, with the readers of archives and mailboxes.
   void useUnicode();
 
+  // Parts and output that are kept for display get a folder of their own, in the place of the one
+  // that must be empty in the end.
+  void useCache();
+  std::string cachePath(std::string_view name, std::string_view extension) const {
+    return path("cache/") + std::to_string(record(name)) + '.' + std::string(extension);
+  }
+  std::string cached(std::string_view name, std::string_view extension) const {
+    return readFile(cachePath(name, extension));
+  }
+
   // Registers a converter.
   void addConverter(const char* name, const char* extension, const std::string& command);
 

@@ -21,13 +21,11 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// Output is kept for display, so it gets a folder of its own.
 class External : public AnalyzerTest {
  protected:
   void SetUp() override {
     AnalyzerTest::SetUp();
-    std::filesystem::create_directory(path("cache"));
-    index().temporaryDirectory = path("cache");
+    useCache();
   }
 
   // Has files of the extension "src" converted.
@@ -110,7 +108,7 @@ TEST_F(External, ConvertedTextIsIndexedUnderTheSourceAndKept) {
   convert("txt", "tr a-z n-za-m < %i > %o");
   EXPECT_TRUE(indexNew("$(touch x) 'a'.src", "uryyb jbeyq "));
   EXPECT_EQ(seenIn("hello"), "$(touch x) 'a'.src");
-  const std::string kept = path("cache/") + std::to_string(record("$(touch x) 'a'.src")) + ".txt";
+  const std::string kept = cachePath("$(touch x) 'a'.src", "txt");
   EXPECT_EQ(readFile(kept), "hello world ");
   struct stat status;
   ASSERT_EQ(stat(kept.c_str(), &status), 0);
@@ -166,7 +164,7 @@ TEST_F(External, TheCommandHasNoDescriptorsOfOursAndNoInput) {
   convert("txt", "(ls /proc/self/fd; cat) > %o; : %i");
   indexNew("a.src", "");
   // The three standard ones, and that of ls itself.
-  EXPECT_EQ(readFile(path("cache/") + std::to_string(record("a.src")) + ".txt"), "0\n1\n2\n3\n");
+  EXPECT_EQ(cached("a.src", "txt"), "0\n1\n2\n3\n");
 }
 
 // Is a process left that has the text among its arguments?
@@ -219,7 +217,7 @@ TEST_F(External, OutputStopsGrowingAtTheLimitOfAMember) {
   convert("txt", "head -c 3000000 /dev/zero > %o; : %i");
   index().maxMemberBytes = 1'000'000;
   EXPECT_TRUE(indexNew("a.src", ""));
-  EXPECT_EQ(readFile(path("cache/") + std::to_string(record("a.src")) + ".txt").size(), 1'000'000U);
+  EXPECT_EQ(cached("a.src", "txt").size(), 1'000'000U);
   EXPECT_EQ(index().limitsReached, 1U);
   index().maxMemberBytes = 3'000'000;
   EXPECT_TRUE(indexAgain("a.src"));

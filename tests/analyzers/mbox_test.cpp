@@ -15,18 +15,11 @@ using testing::EndsWith;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-// Parts are kept for display, so they get a folder of their own.
 class Mbox : public AnalyzerTest {
  protected:
   void SetUp() override {
     AnalyzerTest::SetUp();
-    writeFile(path("cache/x"), "");
-    unlink(path("cache/x").c_str());
-    index().temporaryDirectory = path("cache");
-  }
-
-  std::string cached(std::string_view name, const char* extension) const {
-    return readFile(path("cache/") + std::to_string(record(name)) + '.' + extension);
+    useCache();
   }
 };
 

@@ -104,6 +104,18 @@ TEST_F(Settings, ReachTheirFieldsUntilTheyAreCleared) {
   EXPECT_EQ(i->words, nullptr);
 }
 
+TEST_F(Settings, CountersGoOnFromWhereTheHostSetThem) {
+  const IndexPtr index = newIndex();
+  vidxSetFilesIndexed(index, 10);
+  vidxSetContentsIndexed(index, 20);
+  vidxSetWordsIndexed(index, 30);
+  document("a.txt", "alpha ");
+  indexDocs(index);
+  EXPECT_EQ(vidxGetFilesIndexed(index), 11U);
+  EXPECT_EQ(vidxGetContentsIndexed(index), 21U);
+  EXPECT_EQ(vidxGetWordsIndexed(index), 31U);
+}
+
 TEST_F(Settings, TimesCrossTheInterfaceInSecondsSince1904) {
   const IndexPtr index = newIndex();
   constexpr double kEpoch = 2082844800.0;

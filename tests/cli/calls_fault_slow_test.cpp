@@ -75,8 +75,7 @@ class FailingCalls : public ProgramTest {
                                                                             {"generic", "*.txt"}})
       settings += "[[include]]\nreader = '" + reader + "'\npatterns = ['" + pattern + "']\n";
     write("home/veska.toml", settings);
-    for (const std::string& name : listTree(path("docs"))) setTime("docs/" + name, 1000);
-    setTime("docs", 1000);
+    setTimes("docs", 1000);
     copy("home", "empty");
     out({"index", "docs"});
     old_ = answers();
@@ -105,11 +104,6 @@ class FailingCalls : public ProgramTest {
       if (name != "stays.txt" && name != "mail.mbox") setTime("docs/" + name, time);
     }
     setTime("docs", time);
-  }
-
-  void copy(const std::string& from, const std::string& to) const {
-    fs::remove_all(path(to));
-    fs::copy(path(from), path(to), fs::copy_options::recursive | fs::copy_options::copy_symlinks);
   }
 
   // Everything in the case's folder, without the numbers of generations and lineages.

@@ -110,13 +110,7 @@ TEST_F(Index, RootThatIsMissingOrEmptyKeepsItsEntries) {
 TEST_F(Index, RootTakenOutOfTheSettingsLeavesTheIndexAndMayComeBack) {
   write("other/o.txt", "beta\n");
   out({"index", "docs", "other"});
-  const std::string file = path("home/veska.toml");
-  const std::string all = readFile(file);
-  std::string fewer = all;
-  const std::string line = "  \"" + path("docs") + "\",\n";
-  ASSERT_NE(fewer.find(line), std::string::npos) << fewer;
-  fewer.erase(fewer.find(line), line.size());
-  writeFile(file, fewer);
+  changeSettings("  \"" + path("docs") + "\",\n", "");
   out({"update"});
   EXPECT_EQ(found("beta"), "DIR/other/o.txt\n");
   out({"index", "docs"});
@@ -142,10 +136,7 @@ TEST_F(Index, LostSettingsFileLosesNoRoots) {
 
 TEST_F(Index, ChangedSettingsAreToldAndRebuildAppliesThem) {
   out({"index", "docs"});
-  const std::string file = path("home/veska.toml");
-  std::string text = readFile(file);
-  text.replace(text.find("shortest = 2"), 12, "shortest = 5");
-  writeFile(file, text);
+  changeSettings("shortest = 2", "shortest = 5");
   const std::string remark =
       "veska: the settings have changed since the files were read;"
       " to apply them to all files: veska rebuild\n";

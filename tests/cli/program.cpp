@@ -12,11 +12,14 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <filesystem>
 #include <map>
 #include <numeric>
 #include <regex>
 #include <set>
 #include <sstream>
+
+namespace fs = std::filesystem;
 
 namespace veska::test {
 namespace {
@@ -155,6 +158,24 @@ std::string ProgramTest::out(std::vector<std::string> words) const {
 void ProgramTest::setTime(const std::string& name, long secondsSince1970) const {
   const timespec times[2] = {{secondsSince1970, 0}, {secondsSince1970, 0}};
   ASSERT_EQ(::utimensat(AT_FDCWD, path(name).c_str(), times, 0), 0) << name;
+}
+
+void ProgramTest::setTimes(const std::string& name, long secondsSince1970) const {
+  for (const std::string& entry : listTree(path(name)))
+    setTime(name + "/" + entry, secondsSince1970);
+  setTime(name, secondsSince1970);
+}
+
+void ProgramTest::copy(const std::string& from, const std::string& to) const {
+  fs::remove_all(path(to));
+  fs::copy(path(from), path(to), fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+}
+
+void ProgramTest::changeSettings(const std::string& before, const std::string& now) const {
+  std::string text = readFile(path("home/veska.toml"));
+  const size_t at = text.find(before);
+  ASSERT_NE(at, std::string::npos) << text;
+  write("home/veska.toml", text.replace(at, before.size(), now));
 }
 
 std::string ProgramTest::found(const std::string& word) const {

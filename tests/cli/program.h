@@ -66,6 +66,12 @@ class ProgramTest : public testing::Test {
   }
   // Gives the file another time, so that a change within the second is seen.
   void setTime(const std::string& name, long secondsSince1970) const;
+  // The same for a folder and all that it holds.
+  void setTimes(const std::string& name, long secondsSince1970) const;
+  // Copies a folder in the place of another.
+  void copy(const std::string& from, const std::string& to) const;
+  // Writes `now` in the place of the first `before` of the settings.
+  void changeSettings(const std::string& before, const std::string& now) const;
   // The paths, sorted, that a search for the word prints.
   std::string found(const std::string& word) const;
   // The paths, sorted, of all files that the index knows.

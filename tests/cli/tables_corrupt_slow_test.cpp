@@ -21,15 +21,13 @@ class DamagedIndex : public ProgramTest {
     write("docs/sub/two.txt", "beta delta \xC3\xA9tude\n");
     write("docs/sub/three.html", "<p>alpha <b>epsilon</b></p>\n");
     write("home/skipfile.txt", "the and of\n");
-    for (const std::string& name : listTree(path("docs"))) setTime("docs/" + name, 1000);
-    setTime("docs", 1000);
+    setTimes("docs", 1000);
     out({"index", "docs"});
     answers_ = answers();
     for (const auto& entry : fs::directory_iterator(tables())) {
       good_[entry.path().filename()] = readFile(entry.path());
     }
-    fs::copy(path("home"), path("saved"),
-             fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    copy("home", "saved");
     folder_ = tables();
   }
 
@@ -97,9 +95,7 @@ class DamagedIndex : public ProgramTest {
     EXPECT_EQ(run({"rebuild"}).status, 0);
     EXPECT_EQ(run({"verify"}).status, 0);
     EXPECT_EQ(answers(), answers_);
-    fs::remove_all(path("home"));
-    fs::copy(path("saved"), path("home"),
-             fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    copy("saved", "home");
   }
 
  private:

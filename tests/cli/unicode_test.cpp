@@ -26,14 +26,6 @@ class UnicodeProgram : public ProgramTest {
     write("docs/data", std::string("\177ELF\0\0\1café\0\0", 14));
   }
   void index() const { EXPECT_EQ(run({"-q", "index", "docs"}), (Outcome{0, "", ""})); }
-  // Changes the line of the settings.
-  void set(const std::string& line) const {
-    const std::string file = path("home/veska.toml");
-    std::string text = readFile(file);
-    const size_t old = text.find("unicode = ");
-    text.replace(old, text.find('\n', old) - old, line);
-    writeFile(file, text);
-  }
   std::string names(const std::string& query) const {
     std::string text = found(query);
     for (size_t at; (at = text.find("DIR/docs/")) != std::string::npos;) text.erase(at, 9);
@@ -132,7 +124,7 @@ TEST_F(UnicodeProgram, BytesOfOneCharacterSetAreStillThereToBeChosen) {
   const std::string remark =
       "veska: the settings have changed since the files were read;"
       " to apply them to all files: veska rebuild\n";
-  set("unicode = false");
+  changeSettings("unicode = true", "unicode = false");
   EXPECT_EQ(run({"update"}).err, remark);
   EXPECT_EQ(names("cafe"), "de.html en.txt fr-old.txt fr.txt ") << "until then it is as it was";
   // A file without an extension is read as the index in force reads it.
@@ -154,7 +146,7 @@ TEST_F(UnicodeProgram, BytesOfOneCharacterSetAreStillThereToBeChosen) {
   writeFile(state, text);
   EXPECT_EQ(names("café"), "fr-old.txt ");
   EXPECT_EQ(run({"update"}), (Outcome{0, "nothing has changed: 9 files in 1 folder\n", ""}));
-  set("unicode = true");
+  changeSettings("unicode = false", "unicode = true");
   EXPECT_EQ(run({"update"}).err, remark);
   out({"rebuild"});
   EXPECT_EQ(names("cafe"), "de.html en.txt fr-old.txt fr.txt later ");
