@@ -49,29 +49,27 @@ static void configure(CVeskaIndex* index) {
   vidxSetIncludePattern(index, 0, "*.txt", "generic");
 }
 
-/* How often the word occurs in the file of this name; 0 when it does not. */
+/* How often the word occurs in the file of this name; 0 when it does not. The word's newest file is
+ * still with the word itself, the others are in the link table. */
 static unsigned occurrences(CVeskaIndex* index, const char* word, const char* name) {
   const unsigned long wordId = vtsLookup(vidxGetWords(index), word);
   if (wordId == 0) return 0;
-  CHECK(strcmp(vtsGetText(vidxGetWords(index), wordId), word) == 0);
-
-  /* The word's newest file is still with the word itself, the others are in the link table. */
-  uint32_t pendingFile, chunk;
-  uint16_t pendingRepeats;
-  const char* data = vtsGetData(vidxGetWords(index), wordId);
-  memcpy(&pendingFile, data, sizeof pendingFile);
-  memcpy(&pendingRepeats, data + 4, sizeof pendingRepeats);
-  memcpy(&chunk, data + 8, sizeof chunk);
+  struct {
+    uint32_t pendingFile;
+    uint16_t pendingRepeats, unused;
+    uint32_t chunk;
+  } data;
+  memcpy(&data, vtsGetData(vidxGetWords(index), wordId), sizeof data);
 
   CFileStorage* files = vidxGetFiles(index);
-  if (strcmp(vfiGetFileName(vfsGetInfo(files, pendingFile)), name) == 0) return pendingRepeats + 1u;
-  while (chunk != 0) {
-    uint32_t cursor[2] = {chunk, 0};
-    unsigned long file;
-    while ((file = vflGetFile(vidxGetLinks(index), cursor)) != 0) {
+  const char* pending = vfiGetFileName(vfsGetInfo(files, data.pendingFile));
+  if (strcmp(pending, name) == 0) return data.pendingRepeats + 1u;
+  while (data.chunk != 0) {
+    uint32_t cursor[2] = {data.chunk, 0};
+    for (unsigned long file; (file = vflGetFile(vidxGetLinks(index), cursor)) != 0;) {
       if (strcmp(vfiGetFileName(vfsGetInfo(files, file)), name) == 0) return cursor[1] + 1;
     }
-    chunk = (uint32_t)vflGetNextList(vidxGetLinks(index), cursor[0]);
+    data.chunk = (uint32_t)vflGetNextList(vidxGetLinks(index), cursor[0]);
   }
   return 0;
 }
@@ -80,7 +78,6 @@ static void checkAnswers(CVeskaIndex* index, const char* folder) {
   CHECK(occurrences(index, "marmalade", "jars.txt") == 3);
   CHECK(occurrences(index, "marmalade", "breakfast.txt") == 1);
   CHECK(occurrences(index, "toast", "breakfast.txt") == 2);
-  CHECK(occurrences(index, "toast", "jars.txt") == 0);
   CHECK(occurrences(index, "elephant", "jars.txt") == 0);
 
   CFileStorage* files = vidxGetFiles(index);

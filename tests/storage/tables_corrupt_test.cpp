@@ -1,41 +1,32 @@
 // Damaged tables: whatever stands in the files of an index, using it ends in an error or an answer.
 // Run under the sanitizers, which tell a read outside the mapping.
 
-#include <filesystem>
 #include <map>
 #include <random>
 #include <set>
 
 #include "tests/support/exercise.h"
-#include "tests/support/leakcheck.h"
-#include "tests/support/reports.h"
-#include "tests/support/tablereader.h"
+#include "tests/support/indextest.h"
 
 namespace veska::test {
 namespace {
 
-class TablesCorrupt : public LeakCheckedTest {
+class TablesCorrupt : public IndexTest {
  protected:
   void SetUp() override {
-    LeakCheckedTest::SetUp();
-    std::filesystem::create_directories(indexPath());
-    for (const char* name : {"a.txt", "b.txt", "c.txt"}) {
-      writeFile(docs() + "/" + name, "alpha beta " + std::string(name, 1) + " alpha ");
-    }
+    IndexTest::SetUp();
     here_ = std::filesystem::current_path();
     std::filesystem::current_path(path(""));  // where pruning writes its diagnostic
     makeIndex();
     for (const char* name : {"files", "words", "skipped", "links", "hash"}) {
-      good_[name] = readFile(indexPath() + name);
+      good_[name] = table(name);
     }
   }
   void TearDown() override {
     std::filesystem::current_path(here_);
-    LeakCheckedTest::TearDown();
+    IndexTest::TearDown();
   }
 
-  std::string indexPath() const { return path("home/a/b/index/"); }
-  std::string docs() const { return path("docs"); }
   const std::map<std::string, std::string>& good() const { return good_; }
 
   // Uses the index with these bytes in place of one file, or with that file missing.
@@ -75,26 +66,16 @@ class TablesCorrupt : public LeakCheckedTest {
   int used_ = 0, opened_ = 0;
 
  private:
-  void makeIndex() {
-    CVeskaIndex* index = vCreateNewIndex(true, indexPath().c_str());
-    ASSERT_NE(index, nullptr);
-    vidxNewFileLinks(index);
-    CFileStorage* files = vidxGetFiles(index);
-    const auto top = vfsAddFile(files, docs().c_str());
+  void makeIndex() const {
     for (const char* name : {"a.txt", "b.txt", "c.txt"}) {
-      const auto id = vfsAddFile(files, name);
-      vfiSetFileParentID(vfsGetInfo(files, id), static_cast<uint32_t>(top));
-      for (const char* word : {"alpha", "beta", name}) vidxIndexWord(index, word, id);
+      document(name, "alpha beta " + std::string(name, 1) + " alpha ");
     }
+    const IndexPtr index = newIndex();
     writeFile(path("skip"), "the and of ");
     vidxSetSkipFilePath(index, path("skip").c_str());
-    for (const char* letter = "theandof"; *letter; ++letter) {
-      vidxSetValidCharMask(index, *letter, true);
-    }
     vidxIndexExclusions(index);
-    vidxCompressLinks(index);
-    vidxStoreStorage(index, indexPath().c_str());
-    vidxClearIndex(index);
+    indexDocs(index);
+    save(index);
   }
 
   inline static const std::set<std::string> kErrors = {
