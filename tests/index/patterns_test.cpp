@@ -188,8 +188,8 @@ TEST_F(PatternsOracle, WellKnownExamples) {
     EXPECT_EQ(vidxDirMatch(index, path, pattern), matches) << path << pattern;
   }
   const std::tuple<const char*, const char*, bool> words[] = {
-      {"", "", true},
-      {"a", "", false},
+      {"comp", "comp*", true}, {"cat", "c*?", false}, {"abc", "a**", false}, {"c", "c**", true},
+      {"", "*", true},         {"", "?", true},       {"", "", true},        {"a", "", false},
   };
   for (const auto& [word, term, matches] : words) {
     EXPECT_EQ(vidxDoesWordMatch(index, word, term), matches) << word << " " << term;
