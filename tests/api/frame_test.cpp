@@ -109,11 +109,13 @@ TEST_F(Settings, CountersGoOnFromWhereTheHostSetThem) {
   vidxSetFilesIndexed(index, 10);
   vidxSetContentsIndexed(index, 20);
   vidxSetWordsIndexed(index, 30);
+  vidxSetBytesRead(index, 1e15);
   document("a.txt", "alpha ");
   indexDocs(index);
   EXPECT_EQ(vidxGetFilesIndexed(index), 11U);
   EXPECT_EQ(vidxGetContentsIndexed(index), 21U);
   EXPECT_EQ(vidxGetWordsIndexed(index), 31U);
+  EXPECT_EQ(vidxGetBytesRead(index), 1e15 + 6);
 }
 
 TEST_F(Settings, TimesCrossTheInterfaceInSecondsSince1904) {
