@@ -195,7 +195,9 @@ TEST_F(Directory, HaltEndsTheWalkAndKeepsWhatWasDone) {
   EXPECT_EQ(recordsOf(index).size(), 4U);
   vidxSetShowStatus(index, true);
   document("sub/c.txt", "gamma ");
-  EXPECT_EQ(walk().back(), "throw:HaltRequested:");
+  const Texts halted = walk();
+  ASSERT_FALSE(halted.empty());
+  EXPECT_EQ(halted.back(), "throw:HaltRequested:");
   EXPECT_EQ(recordsOf(index).size(), 4U);
   index->lastStatusTime = time(nullptr) + 1000;
   EXPECT_EQ(walk(), Texts{}) << "a second has not gone by";
