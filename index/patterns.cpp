@@ -147,6 +147,7 @@ bool fileNameMatch(const char* name, const char* pattern) {
 }
 
 bool CVeskaIndex::dirMatch(const char* path, const char* pattern) const {
+  if (*path == 0) return !hasSeparator(pattern);
   for (;;) {
     while (*path && *pattern && *pattern != '*' &&
            (*pattern == '?' || foldByte(*path) == foldByte(*pattern))) {
