@@ -80,8 +80,7 @@ class VESKA_API CVeskaIndex {
 
   // Records one occurrence of a word, folded and split by the caller, in a file. The pairing with a
   // file is handed to the word links when the word is met in the next file. The empty word is
-  // ignored. Raises "AssertionFailed" when there is no word-link table to hand a pairing to, and
-  // what the tables raise.
+  // ignored. Raises "AssertionFailed" without a word-link table, and what the tables raise.
   void indexWord(const char* word, unsigned long fileId);
   // As above, with hash = hashText(word) already known.
   void indexWord(const char* word, size_t length, uint32_t hash, unsigned long fileId);

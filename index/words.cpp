@@ -27,9 +27,10 @@ void CVeskaIndex::indexWord(const char* word, unsigned long fileId) {
 
 void CVeskaIndex::indexWord(const char* word, size_t length, uint32_t hash, unsigned long fileId) {
   if (length == 0) return;
+  if (!wordLinks) throwVeskaError("AssertionFailed", {});
+  words->requireWritable(0);
   const bool anySkipped = skipped->usedBytes() > CFileMemory::kHeaderBytes;
   if (anySkipped && skipped->lookup(word, hash)) return;
-  words->requireWritable(0);
   bool added = false;
   const unsigned long id = words->lookupOrAdd(word, length, hash, added);
   if (added) ++wordsIndexed;
@@ -44,7 +45,6 @@ void CVeskaIndex::indexWord(const char* word, size_t length, uint32_t hash, unsi
   }
   uint32_t handed = 0;
   if (last != 0) {
-    if (!wordLinks) throwVeskaError("AssertionFailed", {});
     wordLinks->addWord(last, id, static_cast<unsigned char>(count));
     handed = loadU32(data + WordData::kHanded) + 1;
   }
