@@ -332,8 +332,7 @@ VESKA_API void* vfsGetInfo(CFileStorage* files, unsigned long id);
 /* Walks a word's links: cursor[0] starts at the word's chunk position; each call returns a file id
  * (1: a removed link) and sets cursor[1] to the occurrences after the first (255: not counted or
  * more). 0 ends the chunk; then vflGetNextList(links, cursor[0]) gives the position of the word's
- * next chunk, 0 at the end. It lies before the chunk that was read; in a damaged table it may not,
- * and lead in a circle. The word's pending file is not among them. */
+ * next chunk, 0 at the end. The word's pending file is not among them. */
 VESKA_API unsigned long vflGetFile(CFileLinks* links, uint32_t cursor[2]);
 VESKA_API unsigned long vflGetNextList(CFileLinks* links, unsigned long offset);
 

@@ -86,7 +86,9 @@ void CFileLinks::setNextList(unsigned long offset, unsigned long next) {
 }
 
 unsigned long CFileLinks::getNextList(unsigned long offset) const {
-  return loadU32(require(*this, offset, kIdBytes));
+  const uint32_t next = loadU32(require(*this, offset, kIdBytes));
+  if (next >= static_cast<uint32_t>(offset)) throwVeskaError("AssertionFailed", {});
+  return next;
 }
 
 void CFileLinks::removeFile(unsigned long fileId) {

@@ -42,7 +42,7 @@ class VESKA_API CFileLinks : public CFileMemory {
   unsigned long getFile(unsigned long& cursor, unsigned char& count) const;
 
   // The 4-byte next-list field at offset. Both raise "AssertionFailed" when it does not lie below
-  // used. Compaction only ever refers to earlier chunks: a field that leads forward is damage.
+  // used, and getNextList also when it leads forward: chunks only refer to earlier ones.
   void setNextList(unsigned long offset, unsigned long next);
   unsigned long getNextList(unsigned long offset) const;
 
