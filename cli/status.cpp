@@ -101,7 +101,7 @@ class StatusCommand : public Command {
   static void printProblems(const State& state, const std::vector<Problem>& problems) {
     const bool terminal = isTerminal(1);
     for (const Problem& problem : problems) {
-      const ProblemText text = problemText(problem.key);
+      const ProblemText text = problemText(problem.key, problem.systemError);
       writeOut(fmt::format("{}: {}{}{}\n", printableName(problem.path, terminal), text.sentence,
                            text.remedy.empty() ? "" : "; ", text.remedy));
     }
@@ -118,7 +118,7 @@ class StatusCommand : public Command {
     }
     Json list = Json::array();
     for (const Problem& problem : problems) {
-      const ProblemText text = problemText(problem.key);
+      const ProblemText text = problemText(problem.key, problem.systemError);
       list.push_back({{"path", rootToText(problem.path)},
                       {"key", problem.key},
                       {"what", text.sentence},

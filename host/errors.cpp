@@ -47,24 +47,23 @@ constexpr ReportText kReportTexts[] = {
 
 constexpr struct {
   std::string_view key;
-  ProblemText text;
+  std::string_view sentence;
+  std::string_view remedy;
 } kProblemTexts[] = {
-    {"OpenFailed", {"cannot be opened", "check its rights"}},
-    {"ReadFailed", {"cannot be read to its end", "check the disk"}},
-    {"FolderUnreadable", {"is a folder that cannot be read", "check its rights"}},
-    {"PathTooLong", {"has a path that is too long", "move it nearer to the top"}},
-    {"MemberFailed", {"cannot be taken out of its archive", "try to unpack it by hand"}},
-    {"LimitReached",
-     {"is larger than a limit allows, and was read in part",
-      "raise the limit in veska.toml if you trust it"}},
-    {"ConverterFailed",
-     {"could not be converted", "try its command in externanalyzers.txt by hand"}},
-    {"PasswordNeeded", {"is locked by a password", "save a copy without one"}},
-    {"Damaged", {"is damaged, and was read in part", "get an intact copy"}},
+    {"OpenFailed", "cannot be opened", "check its rights"},
+    {"ReadFailed", "cannot be read to its end", "check the disk"},
+    {"FolderUnreadable", "is a folder that cannot be read", "check its rights"},
+    {"PathTooLong", "has a path that is too long", "move it nearer to the top"},
+    {"MemberFailed", "cannot be taken out of its archive", "try to unpack it by hand"},
+    {"LimitReached", "is larger than a limit allows, and was read in part",
+     "raise the limit in veska.toml if you trust it"},
+    {"ConverterFailed", "could not be converted", "try its command in externanalyzers.txt by hand"},
+    {"PasswordNeeded", "is locked by a password", "save a copy without one"},
+    {"Damaged", "is damaged, and was read in part", "get an intact copy"},
 };
 
 // What to do about an error of the system.
-std::string_view remedyFor(int number) {
+std::string_view remedyFor(int number, std::string_view otherwise) {
   switch (number) {
     case ENOSPC:
     case EDQUOT:
@@ -76,7 +75,7 @@ std::string_view remedyFor(int number) {
     case EIO:
       return "check the disk";
     default:
-      return "run the command again";
+      return otherwise;
   }
 }
 
@@ -129,7 +128,8 @@ HostError errorOf(const Report& report) {
         return {sentence, std::string(text.remedy), kExitError, report.systemError};
       }
       sentence += std::string(": ") + std::strerror(report.systemError);
-      return {sentence, std::string(remedyFor(report.systemError)), kExitError, report.systemError};
+      return {sentence, std::string(remedyFor(report.systemError, "run the command again")),
+              kExitError, report.systemError};
     }
   }
   std::string sentence = "the engine reports " + (report.key.empty() ? "no reason" : report.key);
@@ -137,9 +137,12 @@ HostError errorOf(const Report& report) {
   return {sentence, std::string(kRebuild), kExitError};
 }
 
-ProblemText problemText(std::string_view key) {
+ProblemText problemText(std::string_view key, int systemError) {
   for (const auto& entry : kProblemTexts) {
-    if (entry.key == key) return entry.text;
+    if (entry.key != key) continue;
+    std::string sentence(entry.sentence);
+    if (systemError != 0) sentence += std::string(": ") + std::strerror(systemError);
+    return {sentence, std::string(remedyFor(systemError, entry.remedy))};
   }
   return {"was passed over", ""};
 }

@@ -39,7 +39,7 @@ uint64_t newLineage() {
 
 // What the system lacked for a while is no fault of the file.
 bool isShortage(int systemError) {
-  constexpr int kShortages[] = {ENOMEM, EMFILE, ENFILE, ENOSPC, EDQUOT, EAGAIN};
+  constexpr int kShortages[] = {ENOMEM, EMFILE, ENFILE, ENOSPC, EDQUOT, EFBIG, EAGAIN};
   return std::find(std::begin(kShortages), std::end(kShortages), systemError) !=
          std::end(kShortages);
 }
@@ -370,7 +370,7 @@ void Indexer::noteProblem(std::string_view key, std::string_view path, int syste
   if (path == home_.convertersFile()) convertersError_ = systemError;
   ++problemCount_;
   if (problems_.size() >= kMostProblemsListed) return;
-  Problem problem{std::string(key), std::string(path), 0, 0, 0};
+  Problem problem{std::string(key), std::string(path), systemError};
   // Without time and size it differs from the file as it is: the next run tries again.
   if (!isShortage(systemError)) statOfProblem(problem.path, &problem);
   problems_.push_back(std::move(problem));
@@ -380,7 +380,7 @@ void Indexer::noteProblem(std::string_view key, std::string_view path, int syste
 void Indexer::finishProblems(const std::string& folder) {
   for (const Problem& old : earlierProblems_) {
     const auto isSame = [&](const Problem& problem) { return problem.path == old.path; };
-    Problem now{old.key, old.path, 0, 0, 0};
+    Problem now{old.key, old.path, old.systemError};
     if (std::any_of(problems_.begin(), problems_.end(), isSame)) continue;
     if (!liesInAny(old.path, settings_.roots)) continue;
     const bool isKept = liesInAny(old.path, changes_.missingRoots);

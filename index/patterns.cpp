@@ -110,10 +110,12 @@ T** emptySlots(int count) {
   return slots;
 }
 
-char* copyOf(const char* text) {
-  char* copy = strdup(text);
+// text may be what the slot holds.
+char* replaceText(char*& slot, const char* text) {
+  char* const copy = strdup(text);
   if (!copy) throw std::bad_alloc();
-  return copy;
+  std::free(slot);
+  return slot = copy;
 }
 
 }  // namespace
@@ -147,6 +149,7 @@ bool fileNameMatch(const char* name, const char* pattern) {
 }
 
 bool CVeskaIndex::dirMatch(const char* path, const char* pattern) const {
+  if (*path == 0) return !hasSeparator(pattern);
   for (;;) {
     while (*path && *pattern && *pattern != '*' &&
            (*pattern == '?' || foldByte(*path) == foldByte(*pattern))) {
@@ -179,8 +182,7 @@ void CVeskaIndex::setExcludeCount(int count) {
 
 void CVeskaIndex::setIncludePattern(int slot, const char* pattern, const char* analyzerName) {
   if (slot < 0 || slot >= includeCount_) return;
-  std::free(std::exchange(includePatterns[slot], nullptr));
-  includePatterns[slot] = copyOf(pattern);
+  replaceText(includePatterns[slot], pattern);
   const std::string name = analyzerName && *analyzerName ? analyzerName : "generic";
   CFileAnalyzer* analyzer = analyzerNamed(name);
   // The slot's pattern is in force with the analyzer that it had before.
@@ -190,8 +192,7 @@ void CVeskaIndex::setIncludePattern(int slot, const char* pattern, const char* a
 
 char* CVeskaIndex::setExcludePattern(int slot, const char* pattern) {
   if (slot < 0 || slot >= excludeCount_) return nullptr;
-  std::free(std::exchange(excludePatterns[slot], nullptr));
-  return excludePatterns[slot] = copyOf(pattern);
+  return replaceText(excludePatterns[slot], pattern);
 }
 
 bool CVeskaIndex::isExcluded(const char* name) const {

@@ -87,6 +87,20 @@ TEST_F(Compaction, LinksOfTheLastSeenFileArePassedOver) {
   EXPECT_LINKS(index, "word", {{{200, 0}}});
 }
 
+// Links that a run handed over and never compacted are lost; their slots stay empty.
+TEST_F(Compaction, CountsOfAnAbandonedRunTakeSlots) {
+  const IndexPtr index = newIndex();
+  vidxNewFileLinks(index);
+  for (uint32_t file = 100; file <= 110; ++file) vidxIndexWord(index, "word", file);
+  vidxPrune(index);
+  vidxIndexWord(index, "word", 200);
+  vidxCompressLinks(index);
+  EXPECT_EQ(index->links->usedBytes(), 20U + 12 * 5 + 4);
+  EXPECT_EQ(wordOf(index, "word"), (Word{200, 0, 20 + 10 * 5, 0}));
+  vidxStoreStorage(index, indexPath().c_str());
+  EXPECT_LINKS(index, "word", {{{110, 0}}});
+}
+
 // More links than one request may ask for: 210,000 entries of 5 bytes.
 TEST_F(Compaction, ChunkLargerThanTheIncrementIsOnePiece) {
   const IndexPtr index = linkedIndex();

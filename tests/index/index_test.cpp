@@ -146,5 +146,39 @@ TEST_F(Index, SavingElsewhereOrNowhereIsReported) {
   EXPECT_EQ(reports.take(), Texts{});
 }
 
+// Tables that cannot be made anew or mapped again: calls are refused, and the index is mended by
+// another try.
+TEST_F(Index, TablesThatAreLostAreErrors) {
+  const IndexPtr index = newIndex();
+  const std::string kept = indexPath() + "kept";
+  for (const auto lose : {&vidxEmptyIndex, &vidxIndexExclusions}) {
+    writeFile(path("skip"), "the ");
+    vidxSetSkipFilePath(index, path("skip").c_str());
+    index->indexPath = path("missing/");
+    Reports reports;
+    lose(index);
+    EXPECT_EQ(reports.count("throw:MemFileOpenFail:"), 1);
+    vidxIndexWord(index, "word", 50);
+    vidxNewFileLinks(index);
+    vidxPrune(index);
+    vidxStoreStorage(index, path("missing/").c_str());
+    index->indexPath = indexPath();
+    lose(index);
+    reports.take();
+    vidxNewFileLinks(index);
+    vidxIndexWord(index, "word", 50);
+    EXPECT_EQ(reports.take(), Texts{});
+  }
+  for (const char* name : {"words", "files"}) {
+    std::filesystem::rename(indexPath() + name, kept);
+    Reports reports;
+    vidxStoreStorage(index, indexPath().c_str());
+    EXPECT_EQ(vfsAddFile(vidxGetFiles(index), "name"), 0U);
+    vidxIndexWord(index, "other", 50);
+    EXPECT_EQ(reports.count("throw:MemFileExtendFail:"), 2) << name;
+    std::filesystem::rename(kept, indexPath() + name);
+  }
+}
+
 }  // namespace
 }  // namespace veska::test

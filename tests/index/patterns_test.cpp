@@ -61,6 +61,7 @@ TEST_F(Patterns, ExcludePatternsAreWholePatterns) {
   vidxSetExcludeCount(index, 1);
   vidxSetExcludePattern(index, 0, "*x");
   vidxSetExcludePattern(index, 0, "*y");
+  vidxSetExcludePattern(index, 0, index->excludePatterns[0]);
   EXPECT_TRUE(index->isExcluded("y"));
   EXPECT_FALSE(index->isExcluded("x"));
 }
@@ -96,7 +97,6 @@ TEST_F(PatternsOracle, ShortNamesAgreeWithTheRules) {
       ASSERT_EQ(vFileNameMatch(name.c_str(), pattern.c_str()),
                 slowNameMatch(name.c_str(), pattern.c_str()))
           << "name";
-      if (name.empty() && pattern.starts_with('*')) continue;
       ASSERT_EQ(vidxDirMatch(index, name.c_str(), pattern.c_str()),
                 slowDirMatch(name.c_str(), pattern.c_str()))
           << "folder";
