@@ -54,7 +54,7 @@ TEST_F(Display, CopiesBlanksThatAreViewable) {
 }
 
 TEST_F(Display, CountsTheLineByteAmongHighBytesThatCannotBeShown) {
-  const IndexHandle index = newIndex();
+  const IndexPtr index = newIndex();
   vidxSetValidViewableMask(index, 0xE3, false);
   EXPECT_EQ(strip(*index->analyzerNamed("generic"),
                   "a\x81\x82\xE3\x83"

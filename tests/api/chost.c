@@ -112,7 +112,7 @@ int main(void) {
   CHECK(mkdir("documents", 0700) == 0 && mkdir("index", 0700) == 0);
   writeText("documents/jars.txt", "Marmalade, more marmalade, and no end of MARMALADE.\n");
   writeText("documents/breakfast.txt", "Toast; marmalade; toast.\n");
-  char documents[512], indexPath[512];
+  char documents[512], indexPath[1024];
   CHECK(getcwd(documents, sizeof documents - 20) != NULL);
   snprintf(indexPath, sizeof indexPath, "%s/index/", documents);
   strcat(documents, "/documents");
