@@ -23,7 +23,7 @@ inline DocumentText readDocument(const std::string& bytes, std::string_view name
   request.maxExpanded = maxExpanded;
   unicode::DisplayWriter writer(1 << 24, 0);
   const unicode::Outcome outcome = unicode::deliverDocument(input, request, writer);
-  return {writer.finish(), outcome};
+  return {std::string(writer.finish()), outcome};
 }
 
 }  // namespace veska::test

@@ -28,7 +28,7 @@ std::string shown(const std::string& bytes, std::string_view name, std::string_v
   DisplayWriter writer(maxBytes, lineWidth);
   const Outcome ended = deliverDocument(input, request, writer);
   if (outcome != nullptr) *outcome = ended;
-  return writer.finish();
+  return std::string(writer.finish());
 }
 
 }  // namespace veska::test
