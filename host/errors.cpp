@@ -129,7 +129,9 @@ HostError errorOf(const Report& report) {
         return {sentence, std::string(text.remedy), kExitError, report.systemError};
       }
       sentence += std::string(": ") + std::strerror(report.systemError);
-      return {sentence, std::string(remedyFor(report.systemError)), kExitError, report.systemError};
+      const std::string_view remedy =
+          report.systemError == ENOENT ? text.remedy : remedyFor(report.systemError);
+      return {sentence, std::string(remedy), kExitError, report.systemError};
     }
   }
   std::string sentence = "the engine reports " + (report.key.empty() ? "no reason" : report.key);
@@ -142,6 +144,15 @@ ProblemText problemText(std::string_view key) {
     if (entry.key == key) return entry.text;
   }
   return {"was passed over", ""};
+}
+
+std::string problemLine(std::string_view name, std::string_view key) {
+  const ProblemText text = problemText(key);
+  return std::string(name)
+      .append(": ")
+      .append(text.sentence)
+      .append(text.remedy.empty() ? "" : "; ")
+      .append(text.remedy);
 }
 
 }  // namespace veska

@@ -63,5 +63,7 @@ struct ProblemText {
   std::string_view remedy;
 };
 ProblemText problemText(std::string_view key);
+// "NAME: what went wrong; what to do".
+std::string problemLine(std::string_view name, std::string_view key);
 
 }  // namespace veska
