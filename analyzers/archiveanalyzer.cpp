@@ -128,7 +128,7 @@ bool CArchiveAnalyzer::extractToTempFile(const char* container, const char* memb
   while (reader->next()) {
     if (!single && reader->member().name != member) continue;
     return reader->open() == ArchiveReader::Opened::kYes &&
-           extract(container, member, tempPath, sourceOf(*reader));
+           extract(container, member, tempPath, sourceOf(*reader)) && !file.failed();
   }
   return false;
 }

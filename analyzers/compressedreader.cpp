@@ -1,9 +1,9 @@
 #include <algorithm>
-#include <cstring>
 #include <utility>
 
 #include "analyzers/archivereader.h"
 #include "analyzers/decoder.h"
+#include "analyzers/unicode/readahead.h"
 
 using namespace veska::unicode;
 
@@ -40,59 +40,46 @@ class CompressedReader : public ArchiveReader {
  public:
   CompressedReader(ByteInput& input, std::string_view name, std::unique_ptr<Decoder> decoder,
                    Recogniser recognise)
-      : input_(input),
-        decoder_(std::move(decoder)),
-        recognise_(recognise),
-        buffer_(std::make_unique_for_overwrite<char[]>(kBufferBytes)) {
-    rest_ = {buffer_.get(), 0};
+      : window_(input, kBufferBytes), decoder_(std::move(decoder)), recognise_(recognise) {
     setName(unpackedName(name), "WINDOWS-1252");
   }
 
   bool next() override { return !std::exchange(taken_, true); }
 
   Opened open() override {
-    fill();
-    plain_ = !recognise_(rest_);
+    window_.fill();
+    plain_ = !recognise_(window_.rest());
     return plain_ || beginStream() ? Opened::kYes : Opened::kUnreadable;
   }
 
   long read(char* to, size_t bytes) override {
     size_t done = 0;
     while (done < bytes && !ended_) {
-      if (rest_.empty()) fill();
+      if (window_.rest().empty()) window_.fill();
       done += plain_ ? copy(to + done, bytes - done) : decode(to + done, bytes - done);
     }
     return done == 0 && broken_ ? -1 : static_cast<long>(done);
   }
 
  private:
-  // Reads on, behind what is left.
-  void fill() {
-    std::memmove(buffer_.get(), rest_.data(), rest_.size());
-    const size_t wanted = kBufferBytes - rest_.size();
-    const size_t got = input_.read(buffer_.get() + rest_.size(), wanted);
-    rest_ = {buffer_.get(), rest_.size() + got};
-    inputEnded_ = got < wanted;
-  }
-
   bool beginStream() {
     inStream_ = decoder_->begin();
     return inStream_;
   }
 
   size_t copy(char* to, size_t bytes) {
-    const size_t count = rest_.copy(to, bytes);
-    rest_.remove_prefix(count);
-    ended_ = rest_.empty() && inputEnded_;
+    const size_t count = window_.rest().copy(to, bytes);
+    window_.take(count);
+    ended_ = window_.rest().empty() && window_.ended();
     return count;
   }
 
   // Another stream may follow, behind zeros that fill a block; what is none does not count.
   void betweenStreams() {
-    rest_.remove_prefix(std::min(rest_.find_first_not_of('\0'), rest_.size()));
-    if (rest_.size() < kMagicBytes && !inputEnded_) fill();
-    if (rest_.starts_with('\0')) return;
-    ended_ = !recognise_(rest_) || !beginStream();
+    window_.take(std::min(window_.rest().find_first_not_of('\0'), window_.rest().size()));
+    if (window_.rest().size() < kMagicBytes && !window_.ended()) window_.fill();
+    if (window_.rest().starts_with('\0')) return;
+    ended_ = !recognise_(window_.rest()) || !beginStream();
   }
 
   size_t decode(char* to, size_t bytes) {
@@ -100,25 +87,24 @@ class CompressedReader : public ArchiveReader {
       betweenStreams();
       return 0;
     }
-    const size_t before = rest_.size();
+    std::string_view rest = window_.rest();
+    const size_t before = rest.size();
     size_t written = 0;
-    const Decoder::State state = decoder_->decode(rest_, to, bytes, &written);
+    const Decoder::State state = decoder_->decode(rest, to, bytes, &written);
+    window_.take(before - rest.size());
     if (state == Decoder::State::kEnded) inStream_ = false;
-    const bool stuck = state == Decoder::State::kGoesOn && written == 0 && rest_.size() == before;
-    broken_ = state == Decoder::State::kDamaged || (stuck && (inputEnded_ || before != 0));
+    const bool stuck = state == Decoder::State::kGoesOn && written == 0 && rest.size() == before;
+    broken_ = state == Decoder::State::kDamaged || (stuck && (window_.ended() || before != 0));
     ended_ = broken_;
     return written;
   }
 
-  ByteInput& input_;
+  ReadAhead window_;  // what is packed
   std::unique_ptr<Decoder> decoder_;
   Recogniser recognise_;
-  std::unique_ptr<char[]> buffer_;
-  std::string_view rest_;  // read, not yet decoded; in buffer_
   bool taken_ = false;
   bool plain_ = false;
   bool inStream_ = false;
-  bool inputEnded_ = false;
   bool ended_ = false;
   bool broken_ = false;
 };

@@ -1,6 +1,7 @@
 #include "analyzers/container.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <limits>
 #include <memory>
 #include <utility>
@@ -97,8 +98,9 @@ size_t MemberStream::read(char* to, size_t bytes) {
 MemberCopy::MemberCopy(CVeskaIndex& index, std::string path)
     : index_(index), file_(std::move(path)) {
   if (file_.isOpen()) return;
+  const int reason = errno;
   if (!file_.path().empty()) index.readFailed = true;
-  reportProblem("MemberFailed", index.expansion.memberPath);
+  reportProblem("MemberFailed", index.expansion.memberPath, file_.path().empty() ? 0 : reason);
 }
 
 MemberCopy::~MemberCopy() {
@@ -136,10 +138,11 @@ MemberCopy::Result MemberCopy::copy(MemberStream& stream) {
 MemberCopy::Result MemberCopy::fill(MemberSource source) {
   MemberStream stream(index_, std::move(source), true);
   const Result result = copy(stream);
+  const int reason = result == Result::kNotWritten ? errno : 0;
   bytes_ = stream.bytes();
   if (result == Result::kNotWritten) index_.readFailed = true;
   if (result == Result::kNotWritten || result == Result::kDamaged) {
-    reportProblem("MemberFailed", index_.expansion.memberPath);
+    reportProblem("MemberFailed", index_.expansion.memberPath, reason);
   }
   return result;
 }

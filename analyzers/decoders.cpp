@@ -8,6 +8,7 @@
 
 #include "analyzers/decoder.h"
 #include "analyzers/lazylibrary.h"
+#include "analyzers/zlibmemory.h"
 
 namespace {
 
@@ -26,7 +27,7 @@ class GzipDecoder : public Decoder {
     constexpr int kGzipOnly = 16;
     end();
     stream_ = {};
-    begun_ = inflateInit2(&stream_, MAX_WBITS + kGzipOnly) == Z_OK;
+    begun_ = memoryChecked(inflateInit2(&stream_, MAX_WBITS + kGzipOnly)) == Z_OK;
     return begun_;
   }
 
@@ -36,7 +37,7 @@ class GzipDecoder : public Decoder {
     stream_.avail_in = static_cast<uInt>(piece(in.size()));
     stream_.next_out = reinterpret_cast<Bytef*>(to);
     stream_.avail_out = static_cast<uInt>(piece(bytes));
-    const int result = inflate(&stream_, Z_NO_FLUSH);
+    const int result = memoryChecked(inflate(&stream_, Z_NO_FLUSH));
     in.remove_prefix(piece(in.size()) - stream_.avail_in);
     *written = piece(bytes) - stream_.avail_out;
     if (result == Z_STREAM_END) return State::kEnded;

@@ -99,7 +99,7 @@ class BlockText {
   }
 
   void countNoise(unsigned char c, bool viewable) {
-    const bool noise = c >= kHighByte && c != kLineByte && !viewable;
+    const bool noise = c >= kHighByte && !viewable;
     highRun_ = noise ? std::min(highRun_ + 1, kMaxHighRun + 1) : 0;
     if (highRun_ <= kMaxHighRun) return;
     while (length_ != 0 && static_cast<unsigned char>(out_[length_ - 1]) >= kHighByte) {

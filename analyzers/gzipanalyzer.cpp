@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "analyzers/inputfile.h"
+#include "analyzers/zlibmemory.h"
 #include "index/index.h"
 
 namespace {
@@ -26,11 +27,11 @@ class GzipFile {
   MemberSource source() {
     return [this](char* to, size_t bytes) -> long {
       const int got = gzread(file_.get(), to, static_cast<unsigned>(bytes));
-      if (got != 0) return got;
+      if (got > 0) return got;
       // A file that ends in the middle of its data is told by the error state alone.
       int error = Z_OK;
       gzerror(file_.get(), &error);
-      return error == Z_OK ? 0 : -1;
+      return memoryChecked(error) == Z_OK ? 0 : -1;
     };
   }
 

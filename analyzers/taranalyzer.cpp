@@ -7,21 +7,14 @@
 #include <utility>
 
 #include "analyzers/inputfile.h"
+#include "analyzers/tarheader.h"
 #include "index/index.h"
+
+using namespace veska::tar;
 
 namespace {
 
-constexpr uint64_t kHeaderBytes = 512;
 constexpr uint64_t kChunkBytes = 65536;
-
-struct Field {
-  size_t offset;
-  size_t bytes;
-};
-constexpr Field kName{0, 100};
-constexpr Field kSize{124, 12};
-constexpr Field kTime{136, 12};
-constexpr size_t kKind = 156;
 
 constexpr unsigned char kBinary = 0x80;
 constexpr unsigned char kNegativeBinary = 0xFF;

@@ -14,27 +14,17 @@
 #include <limits>
 
 #include "analyzers/archivereader.h"
+#include "analyzers/tarheader.h"
 
+using namespace veska::tar;
 using namespace veska::unicode;
 
 namespace {
 
 constexpr auto npos = std::string_view::npos;
-constexpr size_t kBlockBytes = 512;
 constexpr uint64_t kMostHeaderBytes = 1 << 20;  // of a long name or a pax header
 constexpr uint64_t kMostSize = uint64_t{1} << 62;
 
-struct Field {
-  size_t offset;
-  size_t bytes;
-};
-constexpr Field kName{0, 100};
-constexpr Field kSize{124, 12};
-constexpr Field kTime{136, 12};
-constexpr Field kSum{148, 8};
-constexpr Field kPrefix{345, 155};
-constexpr size_t kKind = 156;
-constexpr size_t kMagic = 257;
 constexpr size_t kMoreHoles = 482;        // in a header "S": a block of further holes follows
 constexpr size_t kMoreHolesInNext = 504;  // the same in such a block
 
@@ -67,7 +57,7 @@ int64_t numberOf(std::string_view block, Field field) {
 bool sumIsRight(std::string_view block) {
   int64_t plain = 0;
   int64_t withSign = 0;
-  for (size_t i = 0; i < kBlockBytes; ++i) {
+  for (size_t i = 0; i < kHeaderBytes; ++i) {
     const char c = i >= kSum.offset && i < kSum.offset + kSum.bytes ? ' ' : block[i];
     plain += static_cast<unsigned char>(c);
     withSign += static_cast<signed char>(c);
@@ -87,7 +77,7 @@ class TarReader : public ArchiveReader {
     paxSize_.clear();
     paxTime_.clear();
     while (nextHeader()) {
-      const std::string_view block(block_, kBlockBytes);
+      const std::string_view block(block_, kHeaderBytes);
       const char kind = block_[kKind];
       if (kind == 'L') {
         longName_ = readSmall();
@@ -124,10 +114,10 @@ class TarReader : public ArchiveReader {
     left_ = padding_ = 0;
     const size_t got = readBlock();
     if (got == 0 && started_) return false;  // without the zeros at the end: quite usual
-    const std::string_view block(block_, kBlockBytes);
-    if (got == kBlockBytes && isZero(block)) return false;
+    const std::string_view block(block_, kHeaderBytes);
+    if (got == kHeaderBytes && isZero(block)) return false;
     started_ = true;
-    damaged_ = got < kBlockBytes || !sumIsRight(block);
+    damaged_ = got < kHeaderBytes || !sumIsRight(block);
     if (damaged_) return false;
     if (hasData(block_[kKind])) setSize(numberOf(block, kSize));
     return !damaged_;
@@ -142,11 +132,11 @@ class TarReader : public ArchiveReader {
   void setSize(int64_t size) {
     damaged_ = damaged_ || size < 0 || static_cast<uint64_t>(size) > kMostSize;
     left_ = damaged_ ? 0 : static_cast<uint64_t>(size);
-    padding_ = (kBlockBytes - left_ % kBlockBytes) % kBlockBytes;
+    padding_ = (kHeaderBytes - left_ % kHeaderBytes) % kHeaderBytes;
   }
 
   size_t readBlock() {
-    const size_t got = input_.read(block_, kBlockBytes);
+    const size_t got = input_.read(block_, kHeaderBytes);
     position_ += got;
     return got;
   }
@@ -217,12 +207,12 @@ class TarReader : public ArchiveReader {
 
   void skipHoles() {
     do {
-      damaged_ = readBlock() != kBlockBytes;
+      damaged_ = readBlock() != kHeaderBytes;
     } while (!damaged_ && block_[kMoreHolesInNext] != 0);
   }
 
   ByteInput& input_;
-  char block_[kBlockBytes] = {};
+  char block_[kHeaderBytes] = {};
   uint64_t position_ = 0;
   bool started_ = false;
   uint64_t left_ = 0;     // of the member's data
@@ -239,5 +229,5 @@ std::unique_ptr<ArchiveReader> openTar(ByteInput& input, std::string_view) {
 }
 
 bool isTar(std::string_view head) {
-  return head.size() >= kBlockBytes && head[0] != 0 && sumIsRight(head.substr(0, kBlockBytes));
+  return head.size() >= kHeaderBytes && head[0] != 0 && sumIsRight(head.substr(0, kHeaderBytes));
 }

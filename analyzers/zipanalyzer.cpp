@@ -9,6 +9,7 @@
 #include <limits>
 #include <memory>
 
+#include "analyzers/zlibmemory.h"
 #include "api/reporting.h"
 #include "index/index.h"
 
@@ -43,7 +44,7 @@ class CZipAnalyzer::Archive {
  public:
   explicit Archive(const char* path) {
     errno = 0;
-    zip_.reset(unzOpen(path));
+    zip_.reset(memoryChecked(unzOpen(path)));
     // The library seeks to where a damaged archive sends it, which may be refused as EINVAL.
     refused_ = !zip_ && errno != 0 && errno != EINVAL;
     unz_global_info global;
@@ -77,13 +78,15 @@ class CZipAnalyzer::Archive {
   int64_t time() const { return memberTime(info_.tmu_date); }
   bool encrypted() const { return info_.flag & kEncrypted; }
 
-  bool openMember() { return !encrypted() && unzOpenCurrentFile(zip_.get()) == UNZ_OK; }
+  bool openMember() {
+    return !encrypted() && memoryChecked(unzOpenCurrentFile(zip_.get())) == UNZ_OK;
+  }
   // Result: false when all was read and the check sum is wrong.
   bool closeMember() { return unzCloseCurrentFile(zip_.get()) == UNZ_OK; }
 
   MemberSource source() {
     return [this](char* to, size_t bytes) -> long {
-      return unzReadCurrentFile(zip_.get(), to, static_cast<unsigned>(bytes));
+      return memoryChecked(unzReadCurrentFile(zip_.get(), to, static_cast<unsigned>(bytes)));
     };
   }
 

@@ -2,9 +2,11 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <ctime>
 
 #include "analyzers/archivereader.h"
+#include "analyzers/zlibmemory.h"
 
 using namespace veska::unicode;
 
@@ -91,7 +93,8 @@ class ZipReader : public ArchiveReader {
   explicit ZipReader(ByteInput& input) : stream_{&input, 0}, name_(kMostFieldBytes, '\0') {
     zlib_filefunc64_def functions = {openStream, readStream,  writeStream, tellStream,
                                      seekStream, closeStream, streamError, &stream_};
-    zip_.reset(unzOpen2_64("", &functions));
+    errno = 0;
+    zip_.reset(memoryChecked(unzOpen2_64("", &functions)));
     unz_global_info64 global = {};
     damaged_ = zip_ == nullptr || unzGetGlobalInfo64(zip_.get(), &global) != UNZ_OK;
     entries_ = damaged_ ? 0 : global.number_entry;
@@ -111,15 +114,15 @@ class ZipReader : public ArchiveReader {
     if (info_.flag & kEncrypted) return Opened::kNeedsPassword;
     if (info_.compressed_size > packedLeft_) return Opened::kUnreadable;
     packedLeft_ -= info_.compressed_size;
-    isOpen_ = unzOpenCurrentFile(zip_.get()) == UNZ_OK;
+    isOpen_ = memoryChecked(unzOpenCurrentFile(zip_.get())) == UNZ_OK;
     return isOpen_ ? Opened::kYes : Opened::kUnreadable;
   }
 
   long read(char* to, size_t bytes) override {
     constexpr size_t kMostPiece = size_t{1} << 30;
     if (!isOpen_ || bytes == 0) return 0;
-    const int got =
-        unzReadCurrentFile(zip_.get(), to, static_cast<unsigned>(std::min(bytes, kMostPiece)));
+    const int got = memoryChecked(
+        unzReadCurrentFile(zip_.get(), to, static_cast<unsigned>(std::min(bytes, kMostPiece))));
     if (got > 0) return got;
     isOpen_ = false;
     if (got < 0) return got;

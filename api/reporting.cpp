@@ -20,9 +20,12 @@ void tell(VeskaReportCallBack callBack, const char* key, const std::string& deta
 
 }  // namespace
 
+void throwVeskaError(const char* key, const std::string& detail) {
+  throwVeskaError(key, detail, 0);
+}
+
 void throwVeskaError(const char* key, const std::string& detail, int systemError) {
-  errno = systemError;
-  tell(pThrowCallBack, key, detail);
+  reportError(key, detail, systemError);
   throw 1;
 }
 

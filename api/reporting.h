@@ -8,10 +8,12 @@
 
 #include "api/export.h"
 
-// Tells the throw callback, then throws the integer 1. systemError: the errno of the call that
-// failed, 0 when the system is not to blame; while the host is told, errno has this value.
-[[noreturn]] VESKA_API void throwVeskaError(const char* key, const std::string& detail,
-                                            int systemError = 0);
+// Tells the throw callback, then throws the integer 1.
+[[noreturn]] VESKA_API void throwVeskaError(const char* key, const std::string& detail);
+
+// As above. systemError: the errno of the call that failed, 0 when the system is not to blame;
+// while the host is told, errno has this value.
+[[noreturn]] void throwVeskaError(const char* key, const std::string& detail, int systemError);
 
 // Tells the warning callback, then throws the integer 1.
 // Deliberate: a warning ends the operation like an error; only the callback differs.

@@ -44,14 +44,18 @@ void vidxSetNonAlphaCharMask(CVeskaIndex* index, int byte, bool on) {
   index->setNonAlphaCharMask(byte, on);
 }
 
-void vidxSetIncludeCount(CVeskaIndex* index, int count) { index->setIncludeCount(count); }
+void vidxSetIncludeCount(CVeskaIndex* index, int count) {
+  guarded([&] { index->setIncludeCount(count); });
+}
 void vidxSetIncludePattern(CVeskaIndex* index, int slot, const char* pattern,
                            const char* analyzerName) {
   guarded([&] { index->setIncludePattern(slot, pattern, analyzerName); });
 }
-void vidxSetExcludeCount(CVeskaIndex* index, int count) { index->setExcludeCount(count); }
+void vidxSetExcludeCount(CVeskaIndex* index, int count) {
+  guarded([&] { index->setExcludeCount(count); });
+}
 void vidxSetExcludePattern(CVeskaIndex* index, int slot, const char* pattern) {
-  index->setExcludePattern(slot, pattern);
+  guarded([&] { index->setExcludePattern(slot, pattern); });
 }
 
 void vidxSetExactNames(CVeskaIndex* index, bool on) { index->setExactNames(on); }

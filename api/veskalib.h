@@ -268,6 +268,40 @@ VESKA_API void vEncipher(const void* plaintext, int length, void* output);
 /* length counts the 10 bytes in front; output: length - 10 bytes at least. */
 VESKA_API void vDecipher(const void* enciphered, unsigned int length, void* output);
 
+/* Bytes as text: two upper-case digits a byte and a terminating zero; nothing at all when
+ * length <= 0. Back: 2 * length digits of either case are read. Deliberate: nothing is validated; a
+ * character that is no digit gives a meaningless value. */
+VESKA_API void convertToHex(int length, const void* bytes, char* text);
+VESKA_API void convertFromHex(const char* text, int length, void* bytes);
+/* One byte to its two digits, and back. */
+VESKA_API void tohex(unsigned char byte, char* high, char* low);
+VESKA_API void fromhex(char high, char low, void* byte);
+
+/* The same cipher under a key of the host's own. Lengths are in bytes and are trusted; buffers are
+ * the caller's. rc4Crypt: RC4 itself, no keystream is dropped, both directions are the same; input
+ * and output may be the same. Result: output. REQUIRES: keyLength > 0. */
+VESKA_API void* rc4Crypt(unsigned long length, const void* input, unsigned long keyLength,
+                         const void* key, void* output);
+/* Writes a 10-byte salt and the length enciphered bytes to output (length + 10 bytes). Deliberate:
+ * the salt is the same for every call, so equal texts encipher equally; the C library's random
+ * generator is seeded with the current millisecond all the same. */
+VESKA_API void rc4EncipherSalted(int length, const void* input, unsigned long keyLength,
+                                 const void* key, void* output);
+/* Reads the salt in front and deciphers the length - 10 bytes behind it. Nothing is written when
+ * length is 10 or less. */
+VESKA_API void rc4DecipherSalted(unsigned int length, const void* input, unsigned long keyLength,
+                                 const void* key, void* output);
+
+/* ---- Plain: the folding of letters --------------------------------------------------------- */
+
+/* The folded form of byte b stands at (b + 128) mod 256, that is, the table is indexed by the byte
+ * read as a signed char plus 128. It holds its contents from the start of the process. Deliberate:
+ * 0x7F folds to 0; 0xC0 folds to itself while 0xC1 to 0xDE (0xD7 among them) fold to byte + 0x20;
+ * 0x8A to 0x8F, 0xA3, 0xA5 and 0xAF are the Central European letters. */
+extern VESKA_API unsigned char lowerCaseTable[256];
+/* Builds the table anew; the result is always the same. */
+VESKA_API void mapLowerCaseChars(void);
+
 /* ---- Unguarded ----------------------------------------------------------------------------- */
 
 /* Makes the built-in analyzers and those of "externanalyzers.txt" ("externalAnalyzersFileTooBig").

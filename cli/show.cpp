@@ -297,7 +297,7 @@ Contents ShowCommand::contents(Catalog& catalog, FileId file, uint32_t bytes) co
 void ShowCommand::tellProblems(Catalog& catalog, FileId file) {
   const std::string path = catalog.reader().path(file);
   for (const Problem& problem : readProblems(catalog.generation().path)) {
-    if (problem.path == path) remark(problemLine(path, problem.key));
+    if (problem.path == path) remark(problemLine(path, problem.key, problem.systemError));
   }
 }
 

@@ -101,7 +101,9 @@ class StatusCommand : public Command {
   static void printProblems(const State& state, const std::vector<Problem>& problems) {
     const bool terminal = isTerminal(1);
     for (const Problem& problem : problems) {
-      writeOut(problemLine(printableName(problem.path, terminal), problem.key) + "\n");
+      writeOut(
+          problemLine(printableName(problem.path, terminal), problem.key, problem.systemError) +
+          "\n");
     }
     if (state.problemCount > problems.size()) {
       writeOut(fmt::format("... and {} more\n", grouped(state.problemCount - problems.size())));
@@ -116,7 +118,7 @@ class StatusCommand : public Command {
     }
     Json list = Json::array();
     for (const Problem& problem : problems) {
-      const ProblemText text = problemText(problem.key);
+      const ProblemText text = problemText(problem.key, problem.systemError);
       list.push_back({{"path", rootToText(problem.path)},
                       {"key", problem.key},
                       {"what", text.sentence},

@@ -11,8 +11,6 @@
 #include <utility>
 #include <vector>
 
-#include "api/veskalib.h"
-
 namespace {
 
 using Bytes = unsigned char;

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <utility>
 
 #include "host/errors.h"
@@ -27,7 +28,8 @@ struct Freed {
 
 std::string withoutAccents(const std::string& word) {
   const std::unique_ptr<char, Freed> base(vStripMarks(word.c_str()));
-  return base == nullptr ? word : std::string(base.get());
+  if (base == nullptr) throw std::bad_alloc();
+  return base.get();
 }
 
 // Eight bytes at a time: nearly all words of an index are asked.
@@ -139,11 +141,10 @@ uint64_t writeAccents(CVeskaIndex* index, const std::string& folder, const std::
     auto id = last == 0 ? vtsGetFirst(words) : vtsGetNext(words, last);
     for (; id != 0; last = id, id = vtsGetNext(words, id)) {
       const char* text = vtsGetText(words, id);
-      const std::string_view word = text == nullptr ? "" : text;
-      if (!isBeyondAscii(word)) continue;
-      const std::unique_ptr<char, Freed> base(vStripMarks(text));
-      if (base == nullptr) fail("there is not enough memory");
-      if (base.get() != word) lines.push_back(std::string(base.get()).append("\t").append(word));
+      if (text == nullptr || !isBeyondAscii(text)) continue;
+      const std::string word = text;
+      std::string base = withoutAccents(word);
+      if (base != word) lines.push_back(base.append("\t").append(word));
     }
   });
   std::sort(lines.begin() + knownLines, lines.end());

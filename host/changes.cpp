@@ -70,10 +70,11 @@ bool liesIn(const std::string& path, const std::string& folder) {
 RootSight lookAtRoot(const std::string& root) {
   const Stream stream(::opendir(root.c_str()));
   if (!stream) return RootSight::kMissing;
+  errno = 0;
   while (const dirent* entry = ::readdir(stream.get())) {
     if (!isDots(entry->d_name)) return RootSight::kFilled;
   }
-  return RootSight::kEmpty;
+  return errno != 0 ? RootSight::kMissing : RootSight::kEmpty;
 }
 
 bool statOfProblem(const std::string& path, Problem* problem) {

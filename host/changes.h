@@ -69,7 +69,8 @@ void* recordFields(CFileStorage* files, unsigned long id);
 // What is found in the file table as it stands, for the state: live and obsolete records.
 void countRecords(CVeskaIndex* index, State* state);
 
-// What is there to be seen of a root. An empty folder may be the place of an unplugged disk.
+// What is there to be seen of a root. An empty folder may be the place of an unplugged disk. errno
+// then tells why the root is missing, and is 0 when it is empty.
 enum class RootSight { kMissing, kEmpty, kFilled };
 RootSight lookAtRoot(const std::string& root);
 

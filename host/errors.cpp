@@ -47,24 +47,23 @@ constexpr ReportText kReportTexts[] = {
 
 constexpr struct {
   std::string_view key;
-  ProblemText text;
+  std::string_view sentence;
+  std::string_view remedy;
 } kProblemTexts[] = {
-    {"OpenFailed", {"cannot be opened", "check its rights"}},
-    {"ReadFailed", {"cannot be read to its end", "check the disk"}},
-    {"FolderUnreadable", {"is a folder that cannot be read", "check its rights"}},
-    {"PathTooLong", {"has a path that is too long", "move it nearer to the top"}},
-    {"MemberFailed", {"cannot be taken out of its archive", "try to unpack it by hand"}},
-    {"LimitReached",
-     {"is larger than a limit allows, and was read in part",
-      "raise the limit in veska.toml if you trust it"}},
-    {"ConverterFailed",
-     {"could not be converted", "try its command in externanalyzers.txt by hand"}},
-    {"PasswordNeeded", {"is locked by a password", "save a copy without one"}},
-    {"Damaged", {"is damaged, and was read in part", "get an intact copy"}},
+    {"OpenFailed", "cannot be opened", "check its rights"},
+    {"ReadFailed", "cannot be read to its end", "check the disk"},
+    {"FolderUnreadable", "is a folder that cannot be read", "check its rights"},
+    {"PathTooLong", "has a path that is too long", "move it nearer to the top"},
+    {"MemberFailed", "cannot be taken out of its archive", "try to unpack it by hand"},
+    {"LimitReached", "is larger than a limit allows, and was read in part",
+     "raise the limit in veska.toml if you trust it"},
+    {"ConverterFailed", "could not be converted", "try its command in externanalyzers.txt by hand"},
+    {"PasswordNeeded", "is locked by a password", "save a copy without one"},
+    {"Damaged", "is damaged, and was read in part", "get an intact copy"},
 };
 
 // What to do about an error of the system.
-std::string_view remedyFor(int number) {
+std::string_view remedyFor(int number, std::string_view otherwise) {
   switch (number) {
     case ENOSPC:
     case EDQUOT:
@@ -76,7 +75,7 @@ std::string_view remedyFor(int number) {
     case EIO:
       return "check the disk";
     default:
-      return "run the command again";
+      return otherwise;
   }
 }
 
@@ -129,8 +128,9 @@ HostError errorOf(const Report& report) {
         return {sentence, std::string(text.remedy), kExitError, report.systemError};
       }
       sentence += std::string(": ") + std::strerror(report.systemError);
-      const std::string_view remedy =
-          report.systemError == ENOENT ? text.remedy : remedyFor(report.systemError);
+      const std::string_view remedy = report.systemError == ENOENT
+                                          ? text.remedy
+                                          : remedyFor(report.systemError, "run the command again");
       return {sentence, std::string(remedy), kExitError, report.systemError};
     }
   }
@@ -139,20 +139,20 @@ HostError errorOf(const Report& report) {
   return {sentence, std::string(kRebuild), kExitError};
 }
 
-ProblemText problemText(std::string_view key) {
+ProblemText problemText(std::string_view key, int systemError) {
   for (const auto& entry : kProblemTexts) {
-    if (entry.key == key) return entry.text;
+    if (entry.key != key) continue;
+    std::string sentence(entry.sentence);
+    if (systemError != 0) sentence += std::string(": ") + std::strerror(systemError);
+    return {sentence, std::string(remedyFor(systemError, entry.remedy))};
   }
   return {"was passed over", ""};
 }
 
-std::string problemLine(std::string_view name, std::string_view key) {
-  const ProblemText text = problemText(key);
-  return std::string(name)
-      .append(": ")
-      .append(text.sentence)
-      .append(text.remedy.empty() ? "" : "; ")
-      .append(text.remedy);
+std::string problemLine(std::string_view name, std::string_view key, int systemError) {
+  const ProblemText text = problemText(key, systemError);
+  const std::string_view between = text.remedy.empty() ? "" : "; ";
+  return std::string(name).append(": ").append(text.sentence).append(between).append(text.remedy);
 }
 
 }  // namespace veska

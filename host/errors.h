@@ -57,13 +57,13 @@ struct Report {
 HostError errorOf(const Report& report);
 
 // For a file that was passed over: what went wrong and what to do, for the problem keys of the
-// engine ("OpenFailed", "Damaged", ...).
+// engine ("OpenFailed", "Damaged", ...). systemError: the errno behind it, 0 when there is none.
 struct ProblemText {
-  std::string_view sentence;
-  std::string_view remedy;
+  std::string sentence;
+  std::string remedy;
 };
-ProblemText problemText(std::string_view key);
+ProblemText problemText(std::string_view key, int systemError);
 // "NAME: what went wrong; what to do".
-std::string problemLine(std::string_view name, std::string_view key);
+std::string problemLine(std::string_view name, std::string_view key, int systemError);
 
 }  // namespace veska

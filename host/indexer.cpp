@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <ctime>
 #include <iterator>
 #include <utility>
@@ -38,7 +39,7 @@ uint64_t newLineage() {
 
 // What the system lacked for a while is no fault of the file.
 bool isShortage(int systemError) {
-  constexpr int kShortages[] = {ENOMEM, EMFILE, ENFILE, ENOSPC, EDQUOT, EAGAIN};
+  constexpr int kShortages[] = {ENOMEM, EMFILE, ENFILE, ENOSPC, EDQUOT, EFBIG, EAGAIN};
   return std::find(std::begin(kShortages), std::end(kShortages), systemError) !=
          std::end(kShortages);
 }
@@ -172,11 +173,14 @@ void Indexer::look() {
   result_.settingsDiffer = base_ && earlier_.settings != fingerprint();
   if (!base_) {
     for (const std::string& root : settings_.roots) {
-      if (isUnseen(root)) changes_.missingRoots.push_back(root);
-    }
-    if (options_.rebuild && !options_.dropMissing && !changes_.missingRoots.empty()) {
-      fail("cannot rebuild: " + changes_.missingRoots.front() + " is missing or empty",
-           "its entries would be lost; mount it, take it out of veska.toml, or use --drop-missing");
+      if (!isUnseen(root)) continue;
+      const std::string reason = errno != 0 ? std::string(": ") + std::strerror(errno) : "";
+      if (options_.rebuild && !options_.dropMissing) {
+        fail("cannot rebuild: " + root + " is missing or empty" + reason,
+             "its entries would be lost; mount it, take it out of veska.toml, or use "
+             "--drop-missing");
+      }
+      changes_.missingRoots.push_back(root);
     }
     return;
   }
@@ -369,7 +373,7 @@ void Indexer::noteProblem(std::string_view key, std::string_view path, int syste
   if (path == home_.convertersFile()) convertersError_ = systemError;
   ++problemCount_;
   if (problems_.size() >= kMostProblemsListed) return;
-  Problem problem{std::string(key), std::string(path), 0, 0, 0};
+  Problem problem{std::string(key), std::string(path), systemError};
   // Without time and size it differs from the file as it is: the next run tries again.
   if (!isShortage(systemError)) statOfProblem(problem.path, &problem);
   problems_.push_back(std::move(problem));
@@ -379,7 +383,7 @@ void Indexer::noteProblem(std::string_view key, std::string_view path, int syste
 void Indexer::finishProblems(const std::string& folder) {
   for (const Problem& old : earlierProblems_) {
     const auto isSame = [&](const Problem& problem) { return problem.path == old.path; };
-    Problem now{old.key, old.path, 0, 0, 0};
+    Problem now{old.key, old.path, old.systemError};
     if (std::any_of(problems_.begin(), problems_.end(), isSame)) continue;
     if (!liesInAny(old.path, settings_.roots)) continue;
     const bool isKept = liesInAny(old.path, changes_.missingRoots);

@@ -133,6 +133,7 @@ std::vector<std::string> Session::applySettings(const Settings& settings,
   for (size_t slot = 0; slot < settings.exclude.size(); ++slot) {
     vidxSetExcludePattern(index_, static_cast<int>(slot), settings.exclude[slot].c_str());
   }
+  check();
   return unknown;
 }
 

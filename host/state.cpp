@@ -164,8 +164,8 @@ std::vector<Problem> problemsFromJson(const Json& list) {
   for (const Json& entry : list) {
     problems.push_back({entry.at("key").get<std::string>(),
                         rootFromText(entry.at("path").get<std::string>()),
-                        entry.at("modified").get<int64_t>(), entry.at("changed").get<int64_t>(),
-                        entry.at("size").get<uint64_t>()});
+                        entry.value("systemError", 0), entry.at("modified").get<int64_t>(),
+                        entry.at("changed").get<int64_t>(), entry.at("size").get<uint64_t>()});
   }
   return problems;
 }
@@ -218,6 +218,7 @@ void writeProblems(const std::string& folder, const std::vector<Problem>& proble
   for (const Problem& problem : problems) {
     list.push_back({{"key", problem.key},
                     {"path", rootToText(problem.path)},
+                    {"systemError", problem.systemError},
                     {"modified", problem.modified},
                     {"changed", problem.changed},
                     {"size", problem.size}});

@@ -57,6 +57,7 @@ struct State {
 struct Problem {
   std::string key;   // of the engine: "OpenFailed", "Damaged", ...
   std::string path;  // bytes
+  int systemError;   // errno of the call that failed, 0 when the system is not to blame
   // The file's stat when it was tried, all 0 when there was none: while they stay, it is not tried
   // again for its own sake.
   int64_t modified = 0;  // nanoseconds since 1970

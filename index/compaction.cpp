@@ -16,6 +16,7 @@ constexpr int kPercentStep = 5;
 constexpr unsigned long kLinksPerReport = 50000;
 constexpr uint32_t kNextListBytes = 4;
 constexpr uint32_t kMaxRequestBytes = 1048575;
+constexpr uint32_t kPlausibleLinks = 1 << 16;
 
 int32_t handedCount(const char* data) {
   return static_cast<int32_t>(loadU32(data + WordData::kHanded));
@@ -58,12 +59,14 @@ void CVeskaIndex::compressLinks() {
   if (showStatus) setStatus("Done", {});
 }
 
-// No word can have more links than the word-link file holds, whatever its count claims.
+// A word may count more links than the word-link file holds: those of a run that was never
+// compacted. Beyond what such a run leaves behind, its count is damage and takes no space.
 // Result: the links that were counted.
 uint64_t CVeskaIndex::makeChunks() {
   uint64_t expected = 0;
   const uint32_t entry = links->entryBytes();
-  const uint32_t mostLinks = wordLinks->usedBytes() / wordLinks->entryBytes();
+  const uint32_t mostLinks =
+      std::max(wordLinks->usedBytes() / wordLinks->entryBytes(), kPlausibleLinks);
   const unsigned long step = wordsIndexed * kPercentStep / 100;
   int percent = -kPercentStep;
   unsigned long sinceReport = step + 1;

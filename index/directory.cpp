@@ -25,30 +25,26 @@ struct StreamCloser {
   void operator()(DIR* stream) const { closedir(stream); }
 };
 
-// The entries of one folder, but for "." and "..", in the order of its stream.
+// The names in one folder, but for "." and "..", in the order of its stream.
 class FolderListing {
  public:
   struct Entry {
     size_t name;         // offset in names_
-    unsigned char type;  // DT_REG, DT_DIR, or another: to be passed over
-    FileInfo info;
+    unsigned char type;  // as the stream says
   };
 
-  // With status true, types and info are those of lstat; otherwise the type is what the stream
-  // says.
-  FolderListing(const std::string& path, bool status) {
+  explicit FolderListing(const std::string& path) {
     const std::unique_ptr<DIR, StreamCloser> stream(opendir(path.c_str()));
     if (!stream) {
       reportProblem(errno == ENAMETOOLONG ? "PathTooLong" : "FolderUnreadable", path, errno);
       return;
     }
     bool dotSeen = false;
-    int failure = 0;
     for (;;) {
       errno = 0;
       const dirent* const entry = readdir(stream.get());
       if (!entry) {
-        if (errno != 0) failure = errno;
+        if (errno != 0) reportProblem("FolderUnreadable", path, errno);
         break;
       }
       const std::string_view name = entry->d_name;
@@ -56,29 +52,15 @@ class FolderListing {
       // A second "." means that the stream has begun anew.
       if (name == "." && std::exchange(dotSeen, true)) break;
       if (name == ".") continue;
-      Entry next{names_.size(), entry->d_type, {}};
-      if (status && !readStatus(dirfd(stream.get()), entry->d_name, next)) failure = errno;
+      entries_.push_back({names_.size(), entry->d_type});
       names_.append(name).push_back('\0');
-      entries_.push_back(next);
     }
-    if (failure != 0) reportProblem("FolderUnreadable", path, failure);
   }
 
   const std::vector<Entry>& entries() const { return entries_; }
   const char* name(const Entry& entry) const { return names_.data() + entry.name; }
 
  private:
-  // Result: false when the system refuses. That the entry has vanished meanwhile is no failure.
-  static bool readStatus(int folder, const char* name, Entry& entry) {
-    struct stat status {};
-    entry.type = DT_UNKNOWN;
-    if (fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return errno == ENOENT;
-    entry.info = recordInfo(status);
-    if (S_ISREG(status.st_mode)) entry.type = DT_REG;
-    if (S_ISDIR(status.st_mode)) entry.type = DT_DIR;
-    return true;
-  }
-
   std::string names_;
   std::vector<Entry> entries_;
 };
@@ -89,6 +71,13 @@ struct OpenFolder {
   FolderListing listing;
   size_t next = 0;
 };
+
+// The system refused to tell an entry's status. That it has vanished meanwhile is no failure.
+void reportRefusal(const std::string& folder, const std::string& path) {
+  if (errno == ENOENT) return;
+  const bool tooLong = errno == ENAMETOOLONG;
+  reportProblem(tooLong ? "PathTooLong" : "FolderUnreadable", tooLong ? path : folder, errno);
+}
 
 std::string joinPath(const std::string& folder, const char* name) {
   return folder == "/" ? folder + name : folder + "/" + name;
@@ -104,7 +93,7 @@ void CVeskaIndex::indexDirectory(const char* path, unsigned long parentId) {
       return;
     }
     ++directoriesRead;
-    open.push_back({folder, id, FolderListing(folder, true)});
+    open.push_back({folder, id, FolderListing(folder)});
   };
   enter(path, static_cast<uint32_t>(parentId));
   while (!open.empty()) {
@@ -117,10 +106,13 @@ void CVeskaIndex::indexDirectory(const char* path, unsigned long parentId) {
     const char* name = folder.listing.name(entry);
     const std::string full = joinPath(folder.path, name);
     postWalkStatus(full);
-    if (entry.type == DT_REG) {
-      indexEntry(full, name, entry.info, folder.id);
-    } else if (entry.type == DT_DIR && !isExcluded(full.c_str())) {
-      const uint32_t id = folderRecord(full, entry.info);
+    struct stat status {};
+    if (lstat(full.c_str(), &status) != 0) {
+      reportRefusal(folder.path, full);
+    } else if (S_ISREG(status.st_mode)) {
+      indexEntry(full, name, recordInfo(status), folder.id);
+    } else if (S_ISDIR(status.st_mode) && !isExcluded(full.c_str())) {
+      const uint32_t id = folderRecord(full, recordInfo(status));
       enter(full, id);
     }
   }
@@ -192,7 +184,7 @@ void CVeskaIndex::updateDirectory(const char* path, unsigned long parentId) {
     setStatus("Skipped Veska Directory", {});
     return;
   }
-  const FolderListing listing(folder, false);
+  const FolderListing listing(folder);
   for (const FolderListing::Entry& entry : listing.entries())
     updateEntry(folder, listing.name(entry), entry.type, static_cast<uint32_t>(parentId));
 }
@@ -209,7 +201,7 @@ void CVeskaIndex::updateEntry(const std::string& folder, const char* name, unsig
   struct stat status {};
   const int flags = exactUpdate ? AT_SYMLINK_NOFOLLOW : 0;
   if (fstatat(AT_FDCWD, full.c_str(), &status, flags) != 0) {
-    if (errno != ENOENT) reportProblem("FolderUnreadable", folder, errno);
+    reportRefusal(folder, full);
     return;
   }
   const FileInfo info = recordInfo(status);

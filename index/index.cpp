@@ -149,10 +149,11 @@ void CVeskaIndex::retire(std::unique_ptr<CFileMemory> table) {
   retiredTables_.push_back(std::move(table));
 }
 
+// The old tables are cleared first and freed last: should a new one fail, there is still one.
 void CVeskaIndex::emptyIndex() {
   isUpdate = false;
-  files = nullptr;
-  words = nullptr;
+  files->clearAll();
+  words->clearAll();
   links = nullptr;
   directoriesRead = 0;
   contentsIndexed = 0;

@@ -5,6 +5,8 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <new>
+#include <utility>
 
 #include "api/lowercase.h"
 #include "api/reporting.h"
@@ -103,7 +105,17 @@ void freeTexts(char** texts, int count) {
 template <typename T>
 T** emptySlots(int count) {
   if (count <= 0) return nullptr;
-  return static_cast<T**>(std::calloc(static_cast<size_t>(count) + 1, sizeof(T*)));
+  auto* slots = static_cast<T**>(std::calloc(static_cast<size_t>(count) + 1, sizeof(T*)));
+  if (!slots) throw std::bad_alloc();
+  return slots;
+}
+
+// text may be what the slot holds.
+char* replaceText(char*& slot, const char* text) {
+  char* const copy = strdup(text);
+  if (!copy) throw std::bad_alloc();
+  std::free(slot);
+  return slot = copy;
 }
 
 }  // namespace
@@ -137,6 +149,7 @@ bool fileNameMatch(const char* name, const char* pattern) {
 }
 
 bool CVeskaIndex::dirMatch(const char* path, const char* pattern) const {
+  if (*path == 0) return !hasSeparator(pattern);
   for (;;) {
     while (*path && *pattern && *pattern != '*' &&
            (*pattern == '?' || foldByte(*path) == foldByte(*pattern))) {
@@ -154,23 +167,22 @@ bool CVeskaIndex::dirMatch(const char* path, const char* pattern) const {
 }
 
 void CVeskaIndex::setIncludeCount(int count) {
-  freeTexts(includePatterns, includeCount_);
-  std::free(includeAnalyzers);
+  freeTexts(std::exchange(includePatterns, nullptr), std::exchange(includeCount_, 0));
+  std::free(std::exchange(includeAnalyzers, nullptr));
   includePatterns = emptySlots<char>(count);
   includeAnalyzers = emptySlots<CFileAnalyzer>(count);
-  includeCount_ = includePatterns && includeAnalyzers ? count : 0;
+  includeCount_ = includePatterns ? count : 0;
 }
 
 void CVeskaIndex::setExcludeCount(int count) {
-  freeTexts(excludePatterns, excludeCount_);
+  freeTexts(std::exchange(excludePatterns, nullptr), std::exchange(excludeCount_, 0));
   excludePatterns = emptySlots<char>(count);
   excludeCount_ = excludePatterns ? count : 0;
 }
 
 void CVeskaIndex::setIncludePattern(int slot, const char* pattern, const char* analyzerName) {
   if (slot < 0 || slot >= includeCount_) return;
-  std::free(includePatterns[slot]);
-  includePatterns[slot] = strdup(pattern);
+  replaceText(includePatterns[slot], pattern);
   const std::string name = analyzerName && *analyzerName ? analyzerName : "generic";
   CFileAnalyzer* analyzer = analyzerNamed(name);
   // The slot's pattern is in force with the analyzer that it had before.
@@ -180,8 +192,7 @@ void CVeskaIndex::setIncludePattern(int slot, const char* pattern, const char* a
 
 char* CVeskaIndex::setExcludePattern(int slot, const char* pattern) {
   if (slot < 0 || slot >= excludeCount_) return nullptr;
-  std::free(excludePatterns[slot]);
-  return excludePatterns[slot] = strdup(pattern);
+  return replaceText(excludePatterns[slot], pattern);
 }
 
 bool CVeskaIndex::isExcluded(const char* name) const {

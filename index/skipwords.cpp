@@ -39,7 +39,7 @@ void CVeskaIndex::indexUnicodeExclusions(const std::string& path) {
 
 void CVeskaIndex::indexExclusions() {
   if (showStatus) setStatus("IndexingExcluded", {});
-  skipped = nullptr;
+  skipped->clearAll();  // freed only once there is another
   skipped = newSkipTable();
   const std::string path =
       skipFilePath.empty() ? configurationDirectory() + "skipfile.txt" : skipFilePath;

@@ -194,7 +194,7 @@ bool CFileMemory::mapFile(int openFlags) {
   struct stat status {};
   const bool shared = (openFlags & O_ACCMODE) == O_RDWR;
   if (fstat(descriptor_, &status) != 0) failToMap(errno);
-  if (size == 0 || status.st_size < int64_t{size}) failToMap(0);
+  if (size == 0 || status.st_size < int64_t{size} || used_ > size) failToMap(0);
   void* const mapping = mmap(nullptr, size, PROT_READ | PROT_WRITE,
                              shared ? MAP_SHARED : MAP_PRIVATE, descriptor_, 0);
   if (mapping == MAP_FAILED) failToMap(errno);

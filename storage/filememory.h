@@ -79,9 +79,9 @@ class VESKA_API CFileMemory {
   void setStoragePath(std::string path) { storagePath_ = std::move(path); }
 
   // Raises "MemFileExtendFail" (the size that size more bytes would need) when the table is mapped
-  // read-only: to be asked before anything is written.
+  // read-only, or could not be mapped again: to be asked before anything is written.
   void requireWritable(uint64_t size) const {
-    if (mapped_ && !writable_) refuseToWrite(size);
+    if (fileSize_ != 0 && !isWritable()) refuseToWrite(size);
   }
 
   // Tells the system that what lies before offset is not needed for a while: it leaves the memory

@@ -70,8 +70,9 @@ unsigned long CFileLinks::getSpace(int size) {
 }
 
 void CFileLinks::addFile(unsigned long offset, unsigned long fileId, unsigned char count) {
+  char* const at = require(*this, offset, entryBytes());
   requireWritable(0);
-  writeEntry(require(*this, offset, entryBytes()), fileId, ranking_, count);
+  writeEntry(at, fileId, ranking_, count);
 }
 
 unsigned long CFileLinks::getFile(unsigned long& cursor, unsigned char& count) const {
@@ -79,8 +80,9 @@ unsigned long CFileLinks::getFile(unsigned long& cursor, unsigned char& count) c
 }
 
 void CFileLinks::setNextList(unsigned long offset, unsigned long next) {
+  char* const at = require(*this, offset, kIdBytes);
   requireWritable(0);
-  storeU32(require(*this, offset, kIdBytes), static_cast<uint32_t>(next));
+  storeU32(at, static_cast<uint32_t>(next));
 }
 
 unsigned long CFileLinks::getNextList(unsigned long offset) const {

@@ -154,7 +154,7 @@ const Document::ObjectStream* Document::objectStream(uint32_t container) {
   for (int64_t i = 0; i < count && budget_.takeSteps(4); ++i) {
     const Token number = header.next(), offset = header.next();
     if (!number.isNumber() || !offset.isNumber() || number.number < 0 || offset.number < 0) break;
-    const auto place = static_cast<uint64_t>(first) + static_cast<uint64_t>(offset.number);
+    const uint64_t place = static_cast<uint64_t>(first) + offset.whole();
     if (first < 0 || number.number > 0xFFFFFFFF || place >= result.data.size()) continue;
     result.places.emplace_back(static_cast<uint32_t>(number.number), place);
   }

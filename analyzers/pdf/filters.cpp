@@ -6,6 +6,7 @@
 #include <array>
 
 #include "analyzers/pdf/lexer.h"
+#include "analyzers/zlibmemory.h"
 
 namespace veska::pdf {
 namespace {
@@ -26,11 +27,17 @@ constexpr std::pair<std::string_view, Filter> kFilterNames[] = {
 
 constexpr size_t kChunkBytes = 32 << 10;
 
+struct Inflater {
+  ~Inflater() { inflateEnd(&stream); }
+  z_stream stream{};
+};
+
 // Inflates with the given zlib window bits. Result: whether anything came out or the input ended
 // well.
 bool inflateAll(std::string_view input, int windowBits, uint64_t maxBytes, std::string& output) {
-  z_stream stream{};
-  if (inflateInit2(&stream, windowBits) != Z_OK) return false;
+  Inflater inflater;
+  z_stream& stream = inflater.stream;
+  if (memoryChecked(inflateInit2(&stream, windowBits)) != Z_OK) return false;
   const size_t before = output.size();
   std::array<Bytef, kChunkBytes> chunk;
   int status = Z_OK;
@@ -44,11 +51,10 @@ bool inflateAll(std::string_view input, int windowBits, uint64_t maxBytes, std::
     }
     stream.next_out = chunk.data();
     stream.avail_out = kChunkBytes;
-    status = inflate(&stream, Z_NO_FLUSH);
+    status = memoryChecked(inflate(&stream, Z_NO_FLUSH));
     const size_t got = std::min<uint64_t>(kChunkBytes - stream.avail_out, maxBytes - output.size());
     output.append(reinterpret_cast<const char*>(chunk.data()), got);
   }
-  inflateEnd(&stream);
   return output.size() > before || status == Z_STREAM_END;
 }
 

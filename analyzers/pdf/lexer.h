@@ -5,6 +5,7 @@
 #ifndef VESKA_ANALYZERS_PDF_LEXER_H_
 #define VESKA_ANALYZERS_PDF_LEXER_H_
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -27,6 +28,8 @@ struct Token {
 
   bool is(Kind wanted) const { return kind == wanted; }
   bool isNumber() const { return kind == Kind::kInteger || kind == Kind::kReal; }
+  // The number as an offset or a count: whole, from 0 to 4e18, whatever the file says.
+  uint64_t whole() const { return static_cast<uint64_t>(std::clamp(number, 0.0, 4e18)); }
 
   Kind kind = Kind::kEnd;
   bool decoded = false;  // the text is in the lexer's own buffer, not in the input

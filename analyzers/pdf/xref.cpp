@@ -67,7 +67,7 @@ uint64_t Xref::startOffset() {
   const Token offset = lexer.next();
   const bool sound = offset.is(Token::Kind::kInteger) && offset.number > 0 &&
                      offset.number < static_cast<double>(size);
-  return sound ? static_cast<uint64_t>(offset.number) + base_ : 0;
+  return sound ? offset.whole() + base_ : 0;
 }
 
 bool Xref::readSection(uint64_t offset) {
@@ -110,8 +110,8 @@ bool Xref::readTableSubsections(Parser& parser,
     const Token count = lexer.next();
     if (!first.isNumber() || !count.isNumber() || first.number < 0 || count.number < 0)
       return false;
-    auto number = static_cast<uint64_t>(std::min(first.number, 4e18));
-    const auto entryCount = static_cast<uint64_t>(std::min(count.number, 4e18));
+    uint64_t number = first.whole();
+    const uint64_t entryCount = count.whole();
     for (uint64_t i = 0; i < entryCount; ++i, ++number) {
       if (!reader_.budget().takeSteps(8)) return false;
       const uint64_t before = lexer.position();
@@ -129,8 +129,7 @@ bool Xref::readTableSubsections(Parser& parser,
       if (offset.number < 0) continue;
       const bool used = lexer.text(kind) == "n" && offset.number > 0;
       const XrefEntry::Kind entryKind = used ? XrefEntry::Kind::kPlain : XrefEntry::Kind::kFree;
-      entries.emplace_back(number,
-                           XrefEntry{entryKind, static_cast<uint64_t>(offset.number) + base_});
+      entries.emplace_back(number, XrefEntry{entryKind, offset.whole() + base_});
     }
   }
   return false;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstring>
 
 #include "analyzers/unicode/charset.h"
 #include "analyzers/unicode/kinds.h"
@@ -43,31 +42,23 @@ size_t openingLine(std::string_view text, bool afterEmptyLine) {
 
 }  // namespace
 
-MailboxReader::MailboxReader(ByteInput& input)
-    : input_(input), buffer_(std::make_unique_for_overwrite<char[]>(kBufferBytes)) {}
+MailboxReader::MailboxReader(ByteInput& input) : window_(input, kBufferBytes) {}
 
 // Sees to it that a whole separator is in the buffer, if one stands here.
 void MailboxReader::lookAhead() {
-  if (ended_ || end_ - begin_ >= kLookAheadBytes) return;
-  std::memmove(buffer_.get(), buffer_.get() + begin_, end_ - begin_);
-  end_ -= begin_;
-  begin_ = 0;
-  const size_t wanted = kBufferBytes - end_;
-  const size_t got = input_.read(buffer_.get() + end_, wanted);
-  end_ += got;
-  ended_ = got < wanted;
+  if (!window_.ended() && window_.rest().size() < kLookAheadBytes) window_.fill();
 }
 
 void MailboxReader::take(size_t bytes) {
   const size_t kept = std::min(bytes, before_.size());
   before_.erase(0, kept);
-  before_.append(buffer_.get() + begin_ + bytes - kept, kept);
-  begin_ += bytes;
+  before_.append(window_.rest().substr(bytes - kept, kept));
+  window_.take(bytes);
 }
 
 // Bytes of the line that opens a message here, 0 when none does.
 size_t MailboxReader::openingBytes() const {
-  const std::string_view text(buffer_.get() + begin_, end_ - begin_);
+  const std::string_view text = window_.rest();
   if (!before_.ends_with('\n') || !text.starts_with(kFrom)) return 0;
   return openingLine(text, before_.ends_with("\n\n") || before_ == "\n\r\n");
 }
@@ -77,11 +68,11 @@ size_t MailboxReader::messageBytes() {
   if (sure_ != 0) return sure_;
   lookAhead();
   if (openingBytes() != 0) return 0;
-  const std::string_view text(buffer_.get() + begin_, end_ - begin_);
+  const std::string_view text = window_.rest();
   if (const size_t found = text.find(kNewLineFrom); found != npos)
     sure_ = found + 1;
   else
-    sure_ = ended_ ? text.size() : text.size() - (kNewLineFrom.size() - 1);
+    sure_ = window_.ended() ? text.size() : text.size() - (kNewLineFrom.size() - 1);
   return sure_;
 }
 
@@ -93,15 +84,15 @@ bool MailboxReader::next() {
     }
   }
   lookAhead();
-  while (!started_ && begin_ != end_ && (buffer_[begin_] == '\n' || buffer_[begin_] == '\r')) {
+  while (!started_ && (window_.rest().starts_with('\n') || window_.rest().starts_with('\r'))) {
     take(1);
     lookAhead();
   }
   started_ = true;
-  if (begin_ == end_) return false;
+  if (window_.rest().empty()) return false;
   // A file may begin with a message that no such line opens.
   const size_t opening = openingBytes();
-  envelope_.assign(buffer_.get() + begin_, opening);
+  envelope_ = window_.rest().substr(0, opening);
   envelope_.erase(0, kFrom.size());
   take(opening);
   return true;
@@ -111,7 +102,7 @@ size_t MailboxReader::read(char* to, size_t bytes) {
   size_t done = 0;
   while (done < bytes && messageBytes() != 0) {
     const size_t count = std::min(bytes - done, sure_);
-    std::memcpy(to + done, buffer_.get() + begin_, count);
+    window_.rest().copy(to + done, count);
     take(count);
     sure_ -= count;
     done += count;

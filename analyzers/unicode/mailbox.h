@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "analyzers/unicode/readahead.h"
 #include "analyzers/unicode/textsource.h"
 
 namespace veska::unicode {
@@ -36,14 +37,10 @@ class MailboxReader {
   size_t openingBytes() const;
   size_t messageBytes();
 
-  ByteInput& input_;
-  std::unique_ptr<char[]> buffer_;
-  size_t begin_ = 0;
-  size_t end_ = 0;
-  bool ended_ = false;
+  ReadAhead window_;
   bool started_ = false;
-  size_t sure_ = 0;                // bytes from begin_ on that belong to the message
-  std::string before_ = "\n\n\n";  // the last bytes in front of begin_
+  size_t sure_ = 0;                // bytes of the window that belong to the message
+  std::string before_ = "\n\n\n";  // the last bytes in front of the window
   std::string envelope_;
 };
 

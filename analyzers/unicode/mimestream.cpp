@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <utility>
 
 #include "analyzers/unicode/mailheader.h"
@@ -35,38 +34,24 @@ int hexValue(char c) {
 
 // ---- MimeStream
 
-MimeStream::MimeStream(ByteInput& input)
-    : input_(input), buffer_(std::make_unique_for_overwrite<char[]>(kBufferBytes)) {}
-
-void MimeStream::fill() {
-  std::memmove(buffer_.get(), buffer_.get() + begin_, end_ - begin_);
-  end_ -= begin_;
-  begin_ = 0;
-  const size_t wanted = kBufferBytes - end_;
-  const size_t got = input_.read(buffer_.get() + end_, wanted);
-  end_ += got;
-  ended_ = got < wanted;
-}
+MimeStream::MimeStream(ByteInput& input) : window_(input, kBufferBytes) {}
 
 std::string_view MimeStream::line() {
   if (level_ != kNoLevel) return {};
-  const void* feed = std::memchr(buffer_.get() + begin_, '\n', end_ - begin_);
-  if (feed == nullptr && !ended_ && end_ - begin_ < kBufferBytes) {
-    fill();
-    feed = std::memchr(buffer_.get() + begin_, '\n', end_ - begin_);
+  size_t feed = window_.rest().find('\n');
+  if (feed == std::string_view::npos && !window_.isFull()) {
+    window_.fill();
+    feed = window_.rest().find('\n');
   }
-  const char* const begin = buffer_.get() + begin_;
-  const size_t bytes = feed == nullptr
-                           ? end_ - begin_
-                           : static_cast<size_t>(static_cast<const char*>(feed) - begin) + 1;
-  const std::string_view line(begin, bytes);
+  const bool isWhole = feed != std::string_view::npos;
+  const std::string_view line = window_.rest().substr(0, isWhole ? feed + 1 : feed);
   return lineStart_ && atBoundary(line) ? std::string_view() : line;
 }
 
 void MimeStream::take(size_t bytes) {
   if (bytes == 0) return;
-  begin_ += bytes;
-  lineStart_ = buffer_[begin_ - 1] == '\n';
+  lineStart_ = window_.rest()[bytes - 1] == '\n';
+  window_.take(bytes);
 }
 
 void MimeStream::skipPart() {

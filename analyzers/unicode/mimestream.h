@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "analyzers/unicode/readahead.h"
 #include "analyzers/unicode/textsource.h"
 
 namespace veska::unicode {
@@ -41,16 +42,11 @@ class MimeStream {
   size_t depth() const { return boundaries_.size(); }
 
  private:
-  void fill();
   bool atBoundary(std::string_view line);
 
   static constexpr size_t kNoLevel = SIZE_MAX;
 
-  ByteInput& input_;
-  std::unique_ptr<char[]> buffer_;
-  size_t begin_ = 0;
-  size_t end_ = 0;
-  bool ended_ = false;
+  ReadAhead window_;
   bool lineStart_ = true;
   std::vector<std::string> boundaries_;  // the innermost last
   size_t level_ = kNoLevel;              // of the multipart whose boundary stands here

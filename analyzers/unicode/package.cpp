@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "analyzers/zlibmemory.h"
 #include "storage/bytes.h"
 
 namespace veska::unicode {
@@ -219,7 +220,8 @@ bool PartInput::open() {
   if (readable) {
     at_ = part_.headerAt + kLocalBytes + number16(header, 26) + number16(header, 28);
     packedLeft_ = part_.packedBytes;
-    unpacking_ = part_.method == kDeflated && inflateInit2(&stream_, -MAX_WBITS) == Z_OK;
+    unpacking_ =
+        part_.method == kDeflated && memoryChecked(inflateInit2(&stream_, -MAX_WBITS)) == Z_OK;
   }
   if (!readable || (part_.method == kDeflated && !unpacking_)) {
     package_.damaged_ = true;
@@ -254,7 +256,7 @@ size_t PartInput::unpack(char* to, size_t bytes) {
   stream_.avail_out = static_cast<uInt>(bytes);
   while (stream_.avail_out != 0) {
     if (stream_.avail_in == 0 && !refill()) break;
-    if (inflate(&stream_, Z_NO_FLUSH) == Z_OK) continue;
+    if (memoryChecked(inflate(&stream_, Z_NO_FLUSH)) == Z_OK) continue;
     ended_ = true;  // the end of the data, or of what can be read of it
     break;
   }

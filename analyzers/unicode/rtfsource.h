@@ -1,4 +1,4 @@
-// The text of Rich Text Format documents (Microsoft, RTF Specification 1.9.1).
+// The text of Rich Text Format documents (Microsoft, RTF version 1.9.1).
 
 #ifndef VESKA_ANALYZERS_UNICODE_RTFSOURCE_H_
 #define VESKA_ANALYZERS_UNICODE_RTFSOURCE_H_

@@ -57,6 +57,15 @@ TEST_F(Display, CopiesBlanksThatAreViewable) {
   EXPECT_EQ(strip(*index->analyzerNamed("generic"), " a\t b\x01 c"), " a  b \nc");
 }
 
+TEST_F(Display, CountsTheLineByteAmongHighBytesThatCannotBeShown) {
+  const IndexHandle index = newIndex();
+  vidxSetValidViewableMask(index.get(), 0xE3, false);
+  EXPECT_EQ(strip(*index->analyzerNamed("generic"),
+                  "a\x81\x82\xE3\x83"
+                  "b c"),
+            "a\nb\nc");
+}
+
 TEST_F(Display, WrapsAtTheLastSpace) {
   const IndexHandle index = newIndex();
   CFileAnalyzer& generic = *index->analyzerNamed("generic");

@@ -86,6 +86,17 @@ static unsigned occurrences(CVeskaIndex* index, const char* word, const char* na
   return 0;
 }
 
+static void checkServices(void) {
+  char sealed[16], hex[33], text[7] = "";
+  vEncipher("secret", 6, sealed);
+  convertToHex(16, sealed, hex);
+  CHECK(strlen(hex) == 32);
+  convertFromHex(hex, 16, sealed);
+  vDecipher(sealed, 16, text);
+  CHECK(strcmp(text, "secret") == 0);
+  CHECK(lowerCaseTable['Q' + 128] == 'q' && lowerCaseTable[(signed char)0xC9 + 128] == 0xE9);
+}
+
 static void checkAnswers(CVeskaIndex* index, const char* folder) {
   CHECK(occurrences(index, "marmalade", "jars.txt") == 3);
   CHECK(occurrences(index, "marmalade", "breakfast.txt") == 1);
@@ -120,6 +131,7 @@ int main(void) {
   vSetWarningCallBack(onError);
   vSetStatusCallBack(onStatus);
   CHECK(vSetStatus("Hello", "") && statusCount == 1);
+  checkServices();
 
   CHECK(vCreateNewIndex(false, indexPath) == NULL);
   CHECK(strcmp(lastKey, "StorageReadError") == 0 && strcmp(lastDetail, indexPath) == 0);

@@ -171,7 +171,8 @@ TEST_F(Index, UnreadableFileIsNamedAndTriedAgainWhenItChanges) {
       "veska: 1 file was passed over or read in part; see: veska status --problems\n";
   EXPECT_EQ(run({"index", "docs"}).err, remark);
   EXPECT_EQ(out({"status", "--problems"}),
-            "DIR/docs/one.txt: cannot be opened; check its rights\n");
+            "DIR/docs/one.txt: cannot be opened: Permission denied; check the owner and the rights "
+            "of the file\n");
   EXPECT_EQ(run({"update"}), (Outcome{0, "nothing has changed: 2 files in 2 folders\n", remark}));
   ASSERT_EQ(::chmod(path("docs/one.txt").c_str(), 0600), 0);
   EXPECT_EQ(run({"update"}).err, "");

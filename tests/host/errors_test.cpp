@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 #include "host/progress.h"
 
 namespace veska {
@@ -26,8 +28,11 @@ TEST(Errors, EveryReportKeyIsASentenceWithARemedy) {
   for (const char* key :
        {"OpenFailed", "ReadFailed", "FolderUnreadable", "PathTooLong", "MemberFailed",
         "LimitReached", "ConverterFailed", "PasswordNeeded", "Damaged"}) {
-    EXPECT_FALSE(problemText(key).remedy.empty()) << key;
+    EXPECT_FALSE(problemText(key, 0).remedy.empty()) << key;
   }
+  const ProblemText full = problemText("MemberFailed", ENOSPC);
+  EXPECT_EQ(full.sentence, "cannot be taken out of its archive: No space left on device");
+  EXPECT_EQ(full.remedy, "make room on the disk and run the command again");
 }
 
 TEST(Errors, UnknownKeyIsToldAsItCame) {

@@ -130,7 +130,7 @@ TEST_F(HomeTest, StateComesBackAsItWasWritten) {
   state.missingRoots = {"/\xE9"};
   state.bytesRead = 1e15;
   state.tables = {{"words", 5, ~uint64_t{0}}};
-  const std::vector<Problem> problems{{"OpenFailed", "/x\xFF\n", -1, 2, 3}};
+  const std::vector<Problem> problems{{"OpenFailed", "/x\xFF\n", 5, -1, 2, 3}};
   const std::string folder = path("generation/");
   ::mkdir(folder.c_str(), 0700);
   EXPECT_FALSE(readState(folder));
@@ -147,6 +147,7 @@ TEST_F(HomeTest, StateComesBackAsItWasWritten) {
   EXPECT_EQ(read.tables, state.tables);
   ASSERT_EQ(readProblems(folder).size(), 1u);
   EXPECT_EQ(readProblems(folder)[0].path, problems[0].path);
+  EXPECT_EQ(readProblems(folder)[0].systemError, 5);
   EXPECT_EQ(readProblems(folder)[0].modified, -1);
 }
 

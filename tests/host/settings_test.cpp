@@ -76,7 +76,8 @@ TEST(Settings, WhatIsWrongIsToldWithItsLine) {
   };
   for (const auto& [text, wanted] : cases) EXPECT_EQ(errorIn(text), wanted);
   // What is no TOML at all: the parser's own words, but the line.
-  for (const char* text : {"roots = [", "=", "a = 1\na = 2", "\xFF", "x = \"\n"}) {
+  for (const char* text :
+       {"roots = [", "=", "a = 1\na = 2", "\xFF", "x = \"\n", "\xC3\xA9 = 1", "[&x]"}) {
     EXPECT_TRUE(errorIn(text).starts_with("veska.toml, line ")) << errorIn(text);
   }
   EXPECT_TRUE(errorIn("exclude = " + std::string(100'000, '[')).starts_with("veska.toml, line 1"));

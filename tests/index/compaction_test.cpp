@@ -118,6 +118,20 @@ TEST_F(Compaction, ManyWordsAndFilesKeepEveryPairing) {
   }
 }
 
+// Links that a run handed over and never compacted are lost; their slots stay empty.
+TEST_F(Compaction, CountsOfAnAbandonedRunTakeSlots) {
+  const IndexPtr index = newIndex();
+  vidxNewFileLinks(index.get());
+  for (uint32_t file = 100; file <= 110; ++file) vidxIndexWord(index.get(), "word", file);
+  vidxPrune(index.get());
+  vidxIndexWord(index.get(), "word", 200);
+  vidxCompressLinks(index.get());
+  EXPECT_EQ(index->links->usedBytes(), 20U + 12 * 5 + 4);
+  EXPECT_EQ(wordOf(index.get(), "word"), (Word{200, 0, 20 + 10 * 5, 0}));
+  vidxStoreStorage(index.get(), indexPath().c_str());
+  EXPECT_LINKS(index.get(), "word", {{{110, 0}}});
+}
+
 // More links than one request may ask for: 210,000 entries of 5 bytes.
 TEST_F(Compaction, ChunkLargerThanTheIncrementIsOnePiece) {
   const IndexPtr index = newIndex();

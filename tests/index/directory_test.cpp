@@ -217,6 +217,21 @@ TEST_F(Directory, HaltEndsTheWalkAndKeepsWhatWasDone) {
   EXPECT_NE(wordOf(index.get(), "gamma").lastFile, 0U);
 }
 
+// Entries are looked at when their turn comes, after the report that names them.
+TEST_F(Directory, WhatVanishesAfterItWasListedIsPassedOver) {
+  for (const char* name : {"a.txt", "b.bin", "sub/c.txt"}) document(name, "word ");
+  const IndexPtr index = newIndex();
+  vidxSetShowStatus(index.get(), true);
+  Reports reports;
+  reports.answer = [&](const std::string&) {
+    std::filesystem::remove_all(docs());
+    return true;
+  };
+  indexDocs(index.get());
+  EXPECT_EQ(recordsOf(index.get()), Texts{""});
+  EXPECT_EQ(vidxGetFilesIndexed(index.get()), 0U);
+}
+
 TEST_F(Directory, MissingFoldersAndDeepOnesAreNoError) {
   const IndexPtr index = newIndex();
   vidxNewFileLinks(index.get());

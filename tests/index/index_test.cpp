@@ -153,6 +153,40 @@ TEST_F(Index, SavingElsewhereOrNowhereIsReported) {
   EXPECT_EQ(reports.take(), Texts{});
 }
 
+// Tables that cannot be made anew or mapped again: calls are refused, and the index is mended by
+// another try.
+TEST_F(Index, TablesThatAreLostAreErrors) {
+  const IndexPtr index = newIndex();
+  const std::string kept = indexPath() + "kept";
+  for (const auto lose : {&vidxEmptyIndex, &vidxIndexExclusions}) {
+    writeFile(path("skip"), "the ");
+    vidxSetSkipFilePath(index.get(), path("skip").c_str());
+    index->indexPath = path("missing/");
+    Reports reports;
+    lose(index.get());
+    EXPECT_EQ(reports.count("throw:MemFileOpenFail:"), 1);
+    vidxIndexWord(index.get(), "word", 50);
+    vidxNewFileLinks(index.get());
+    vidxPrune(index.get());
+    vidxStoreStorage(index.get(), path("missing/").c_str());
+    index->indexPath = indexPath();
+    lose(index.get());
+    reports.take();
+    vidxNewFileLinks(index.get());
+    vidxIndexWord(index.get(), "word", 50);
+    EXPECT_EQ(reports.take(), Texts{});
+  }
+  for (const char* name : {"words", "files"}) {
+    std::filesystem::rename(indexPath() + name, kept);
+    Reports reports;
+    vidxStoreStorage(index.get(), indexPath().c_str());
+    EXPECT_EQ(vfsAddFile(vidxGetFiles(index.get()), "name"), 0U);
+    vidxIndexWord(index.get(), "other", 50);
+    EXPECT_EQ(reports.count("throw:MemFileExtendFail:"), 2) << name;
+    std::filesystem::rename(kept, indexPath() + name);
+  }
+}
+
 // A table that cannot take more refuses, keeps its contents, and the index can still be saved.
 TEST_F(Index, TableAtFourGigabytesRefusesMoreAndStaysUsable) {
   {

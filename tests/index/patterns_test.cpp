@@ -56,6 +56,7 @@ TEST_F(Patterns, ExcludePatternsAreWholePatterns) {
   vidxSetExcludeCount(index.get(), 1);
   vidxSetExcludePattern(index.get(), 0, "*x");
   vidxSetExcludePattern(index.get(), 0, "*y");
+  vidxSetExcludePattern(index.get(), 0, index->excludePatterns[0]);
   EXPECT_TRUE(index->isExcluded("y"));
   EXPECT_FALSE(index->isExcluded("x"));
 }

@@ -6,6 +6,9 @@
 #include <cstdio>
 #include <string>
 
+// What the engine reports through, exported without a header.
+[[noreturn]] void throwVeskaError(const char* key, const std::string& detail);
+
 static std::string lastKey;
 
 int main() {
@@ -17,6 +20,12 @@ int main() {
   if (index == nullptr) return 3;
   vidxNewFileLinks(index);
   int thrown = 0;
+  try {
+    throwVeskaError("Own", "");
+  } catch (int value) {
+    thrown = value;
+  }
+  if (thrown != 1 || lastKey != "Own") return 5;
   try {
     vflGetNextList(vidxGetLinks(index), 0xFFFFFFF0);
   } catch (int value) {

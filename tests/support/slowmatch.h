@@ -66,6 +66,7 @@ inline bool slowNameMatch(const char* name, const char* pattern) {
 // Can something below the folder match?
 inline bool slowDirMatch(const char* path, const char* pattern) {
   const auto noSeparator = [](const char* text) { return std::strpbrk(text, "/\\") == nullptr; };
+  if (!*path) return noSeparator(pattern);
   while (*path && *pattern != '*') {
     if (!*pattern || !(*pattern == '?' || slowSame(*pattern, *path))) return noSeparator(pattern);
     ++path, ++pattern;
