@@ -7,6 +7,7 @@
 #include <iterator>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "cli/commands.h"
@@ -24,8 +25,11 @@ namespace {
 
 // Decoded and printed before the rest of a long text is read, so that it can be seen at once.
 constexpr uint32_t kFirstPart = 256 << 10;
+// Bytes that are gathered before they are written; a line may be as long as the text.
+constexpr size_t kWriteAt = size_t{1} << 16;
 
-// Writes the lines of a text, in parts, each beginning where the last one ended.
+// Writes the lines of a text, in parts, each beginning where the last one ended. Neither the text,
+// nor a line, nor the hits in it are in memory a second time, however long they are.
 class TextPrinter {
  public:
   struct Options {
@@ -43,42 +47,67 @@ class TextPrinter {
   bool anyHit() const { return anyHit_; }
 
  private:
-  void printLine(std::string_view text, size_t begin, size_t end, const std::vector<Mark>& marks,
-                 size_t mark);
-  void writeLines();
+  void printTo(std::string_view text, size_t to, const std::vector<Mark>& marks);
+  void printPiece(std::string_view text, size_t end, const std::vector<Mark>& marks, size_t mark);
+  void endLine();
+  void write();
   void appendText(std::string_view text, size_t begin, size_t end);
 
   Options options_;
   const HitFinder* finder_;  // null: no query
-  size_t printedTo_ = 0;
-  size_t line_ = 0;
+  size_t doneTo_ = 0;
+  size_t line_ = 1;
+  size_t shownTo_ = 0;    // of the line, from its begin on
+  bool isShown_ = false;  // the line
   bool anyHit_ = false;
   std::string out_;
 };
 
 void TextPrinter::print(std::string_view text, bool last) {
+  const size_t end = last ? text.size() : text.rfind('\n') + 1;
   std::vector<Mark> marks;
-  if (finder_ != nullptr) marks = finder_->marks(finder_->find(text));
-  size_t mark = 0;
-  while (printedTo_ < text.size()) {
-    const size_t feed = text.find('\n', printedTo_);
-    if (feed == std::string_view::npos && !last) break;
-    const size_t end = std::min(feed, text.size());
-    ++line_;
-    while (mark < marks.size() && marks[mark].end <= printedTo_) ++mark;
-    const bool hit = mark < marks.size() && marks[mark].begin < end;
-    anyHit_ = anyHit_ || hit;
-    if (hit || !options_.onlyHits) printLine(text, printedTo_, end, marks, mark);
-    printedTo_ = std::min(end + 1, text.size());
-    if (out_.size() > size_t{1} << 16) {
-      writeLines();
-    }
+  if (finder_ != nullptr) {
+    finder_->findInParts(text, [&](const std::vector<WordHit>& hits, WordRange range) {
+      const std::vector<Mark> more = finder_->marks(hits, range);
+      marks.insert(marks.end(), more.begin(), more.end());
+      const auto next = std::find_if(hits.begin(), hits.end(), [&range](const WordHit& hit) {
+        return hit.ordinal >= range.end;
+      });
+      if (next == hits.end()) return;
+      printTo(text, std::min(next->offset, end), marks);
+      std::erase_if(marks, [this](const Mark& mark) { return mark.end <= doneTo_; });
+    });
   }
-  writeLines();
+  printTo(text, end, marks);
+  if (isShown_) endLine();
+  write();
   flushOut();
 }
 
-void TextPrinter::writeLines() {
+// marks: those that begin in front of `to`.
+void TextPrinter::printTo(std::string_view text, size_t to, const std::vector<Mark>& marks) {
+  size_t mark = 0;
+  while (doneTo_ < to) {
+    const size_t feed = text.substr(0, to).find('\n', doneTo_);
+    const size_t end = std::min(feed, to);
+    while (mark < marks.size() && marks[mark].end <= doneTo_) ++mark;
+    const bool hit = mark < marks.size() && marks[mark].begin < end;
+    anyHit_ = anyHit_ || hit;
+    if (isShown_ || hit || !options_.onlyHits) printPiece(text, end, marks, mark);
+    doneTo_ = end;
+    if (feed < to) endLine();
+  }
+}
+
+void TextPrinter::endLine() {
+  if (isShown_) out_ += '\n';
+  isShown_ = false;
+  ++line_;
+  shownTo_ = ++doneTo_;
+  if (out_.size() > kWriteAt) write();
+}
+
+void TextPrinter::write() {
   if (options_.raw) {
     writeOut(out_);
   } else {
@@ -87,12 +116,14 @@ void TextPrinter::writeLines() {
   out_.clear();
 }
 
-void TextPrinter::printLine(std::string_view text, size_t begin, size_t end,
-                            const std::vector<Mark>& marks, size_t mark) {
-  if (options_.lineNumbers) {
+// More of a line, up to `end`.
+void TextPrinter::printPiece(std::string_view text, size_t end, const std::vector<Mark>& marks,
+                             size_t mark) {
+  if (options_.lineNumbers && !isShown_) {
     out_ += fmt::format("{}{:>6}{}  ", options_.palette.lineNumber, line_, options_.palette.reset);
   }
-  for (size_t at = begin; at < end;) {
+  isShown_ = true;
+  for (size_t at = std::exchange(shownTo_, end); at < end;) {
     while (mark < marks.size() && marks[mark].end <= at) ++mark;
     const bool marked = mark < marks.size() && marks[mark].begin <= at;
     size_t stop = marked ? marks[mark].end : mark < marks.size() ? marks[mark].begin : end;
@@ -107,20 +138,17 @@ void TextPrinter::printLine(std::string_view text, size_t begin, size_t end,
     if (marked) out_ += options_.palette.reset;
     at = stop;
   }
-  out_ += '\n';
 }
 
 void TextPrinter::appendText(std::string_view text, size_t begin, size_t end) {
-  if (options_.raw) {
-    out_ += text.substr(begin, end - begin);
-    return;
-  }
   for (size_t at = begin; at < end;) {
+    if (out_.size() > kWriteAt) write();
+    const size_t stop = std::min(end, at + kWriteAt);
     size_t plain = at;
-    while (plain < end && text[plain] >= ' ' && text[plain] < 0x7F) ++plain;
+    while (plain < stop && (options_.raw || (text[plain] >= ' ' && text[plain] < 0x7F))) ++plain;
     out_ += text.substr(at, plain - at);
     at = plain;
-    if (at == end) break;
+    if (at == stop) continue;
     const DecodedChar c = decodeUtf8(text.substr(0, end), at);
     const char32_t code = c.valid ? c.code : characterOf(static_cast<unsigned char>(text[at]));
     if (code == '\t') {
@@ -147,6 +175,7 @@ class ShowCommand : public Command {
   int listMembers(Catalog& catalog, const std::vector<FileId>& members) const;
   Contents contents(Catalog& catalog, FileId file, uint32_t bytes) const;
   int showText(Catalog& catalog, FileId file, const HitFinder* finder, bool quiet) const;
+  static void tellProblems(Catalog& catalog, FileId file);
 
   std::string file_;
   std::vector<std::string> words_;
@@ -264,6 +293,14 @@ Contents ShowCommand::contents(Catalog& catalog, FileId file, uint32_t bytes) co
   return std::move(*text);
 }
 
+// Why the text may lack something, or everything: as `veska status --problems` has it.
+void ShowCommand::tellProblems(Catalog& catalog, FileId file) {
+  const std::string path = catalog.reader().path(file);
+  for (const Problem& problem : readProblems(catalog.generation().path)) {
+    if (problem.path == path) remark(problemLine(path, problem.key, problem.systemError));
+  }
+}
+
 int ShowCommand::showText(Catalog& catalog, FileId file, const HitFinder* finder,
                           bool quiet) const {
   const uint64_t most = maxBytes_ == 0 ? catalog.settings().fileBytes : maxBytes_;
@@ -290,6 +327,7 @@ int ShowCommand::showText(Catalog& catalog, FileId file, const HitFinder* finder
     }
   }
   if (cut && !quiet) remark(fmt::format("cut after {} bytes; show more with --max-bytes", bytes));
+  if (!quiet) tellProblems(catalog, file);
   return outline_ && !printer.anyHit() ? kExitNothingFound : kExitDone;
 }
 

@@ -76,8 +76,8 @@ class StatusCommand : public Command {
       text += (text.empty() ? "folders    " : "           ") + printableName(root, terminal) +
               (isUnseen(root) ? "  (missing or empty now)" : "") + "\n";
     }
-    text += fmt::format("files      {} in {} folders\n", grouped(state.liveFiles),
-                        grouped(state.liveFolders));
+    text += fmt::format("files      {} in {} folder{}\n", grouped(state.liveFiles),
+                        grouped(state.liveFolders), state.liveFolders == 1 ? "" : "s");
     text += fmt::format("words      {}\n", grouped(state.wordsIndexed));
     text += fmt::format("read       {}\n", sizeText(state.bytesRead));
     text += fmt::format("index      {} in {}\n", sizeText(static_cast<double>(tableBytes(state))),
@@ -101,9 +101,9 @@ class StatusCommand : public Command {
   static void printProblems(const State& state, const std::vector<Problem>& problems) {
     const bool terminal = isTerminal(1);
     for (const Problem& problem : problems) {
-      const ProblemText text = problemText(problem.key, problem.systemError);
-      writeOut(fmt::format("{}: {}{}{}\n", printableName(problem.path, terminal), text.sentence,
-                           text.remedy.empty() ? "" : "; ", text.remedy));
+      writeOut(
+          problemLine(printableName(problem.path, terminal), problem.key, problem.systemError) +
+          "\n");
     }
     if (state.problemCount > problems.size()) {
       writeOut(fmt::format("... and {} more\n", grouped(state.problemCount - problems.size())));

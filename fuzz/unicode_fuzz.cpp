@@ -53,7 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   DisplayWriter writer(maxBytes, lineWidth);
   MemoryInput again(bytes);
   deliverDocument(kind, again, request, writer);
-  const std::string text = writer.finish();
+  const std::string text(writer.finish());
   require(text.size() <= maxBytes && validUtf8Prefix(text) == text.size());
 
   UnicodeHits hits(sharedIndex(), text, std::string(bytes.substr(0, 64)), 3);

@@ -128,8 +128,10 @@ HostError errorOf(const Report& report) {
         return {sentence, std::string(text.remedy), kExitError, report.systemError};
       }
       sentence += std::string(": ") + std::strerror(report.systemError);
-      return {sentence, std::string(remedyFor(report.systemError, "run the command again")),
-              kExitError, report.systemError};
+      const std::string_view remedy = report.systemError == ENOENT
+                                          ? text.remedy
+                                          : remedyFor(report.systemError, "run the command again");
+      return {sentence, std::string(remedy), kExitError, report.systemError};
     }
   }
   std::string sentence = "the engine reports " + (report.key.empty() ? "no reason" : report.key);
@@ -145,6 +147,12 @@ ProblemText problemText(std::string_view key, int systemError) {
     return {sentence, std::string(remedyFor(systemError, entry.remedy))};
   }
   return {"was passed over", ""};
+}
+
+std::string problemLine(std::string_view name, std::string_view key, int systemError) {
+  const ProblemText text = problemText(key, systemError);
+  const std::string_view between = text.remedy.empty() ? "" : "; ";
+  return std::string(name).append(": ").append(text.sentence).append(between).append(text.remedy);
 }
 
 }  // namespace veska

@@ -63,5 +63,7 @@ struct ProblemText {
   std::string remedy;
 };
 ProblemText problemText(std::string_view key, int systemError);
+// "NAME: what went wrong; what to do".
+std::string problemLine(std::string_view name, std::string_view key, int systemError);
 
 }  // namespace veska

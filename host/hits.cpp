@@ -12,6 +12,7 @@ namespace veska {
 namespace {
 
 constexpr size_t kLongestWord = 255;
+constexpr size_t kHitsInPart = size_t{1} << 16;
 
 class PhraseScan {
  public:
@@ -131,8 +132,41 @@ std::vector<Run> runsOf(const QueryLeaf& leaf, const std::vector<WordHit>& hits,
 
 }  // namespace
 
+// Gathers hits, and hands them on when there are many.
+class HitFinder::Gatherer {
+ public:
+  Gatherer(uint64_t reach, const Part& use) : reach_(reach), use_(use) {}
+
+  std::vector<WordHit>& hits() { return hits_; }
+
+  // All hits up to the word `ordinal` are there.
+  void endWord(uint32_t ordinal) {
+    if (hits_.size() < most_) return;
+    if (ordinal > reach_ + from_) {
+      const auto end = static_cast<uint32_t>(ordinal - reach_);
+      use_(hits_, {from_, end});
+      from_ = end;
+      const auto stays = [&](const WordHit& hit) { return hit.ordinal + reach_ >= from_; };
+      hits_.erase(hits_.begin(), std::find_if(hits_.begin(), hits_.end(), stays));
+    }
+    most_ = std::max(kHitsInPart, 2 * hits_.size());
+  }
+  void endText() const { use_(hits_, {from_, UINT32_MAX}); }
+
+ private:
+  const uint64_t reach_;
+  const Part& use_;
+  std::vector<WordHit> hits_;
+  size_t most_ = kHitsInPart;
+  uint32_t from_ = 0;
+};
+
 HitFinder::HitFinder(Reader& reader, const Query& query) : reader_(reader), query_(query) {
   for (uint32_t number = 0; number < query.words.size(); ++number) addWord(number);
+  for (const QueryLeaf& leaf : query.leaves) {
+    const bool isNear = leaf.kind == QueryLeaf::Kind::kNear;
+    reach_ = std::max<uint64_t>(reach_, leaf.words.size() + (isNear ? leaf.distance : 0));
+  }
   std::sort(literals_.begin(), literals_.end(),
             [](const Literal& a, const Literal& b) { return a.text < b.text; });
 }
@@ -163,11 +197,27 @@ void HitFinder::mayStartWith(std::string_view text) {
 }
 
 std::vector<WordHit> HitFinder::find(std::string_view text) const {
-  return reader_.unicode() ? findInUnicode(text) : findInBytes(text);
+  std::vector<WordHit> all;
+  findInParts(text, [&all](const std::vector<WordHit>& hits, WordRange range) {
+    for (const WordHit& hit : hits) {
+      if (hit.ordinal >= range.from && hit.ordinal < range.end) all.push_back(hit);
+    }
+  });
+  return all;
 }
 
-std::vector<WordHit> HitFinder::findInUnicode(std::string_view text) const {
-  std::vector<WordHit> hits;
+void HitFinder::findInParts(std::string_view text, const Part& use) const {
+  Gatherer gatherer(reach_, use);
+  if (reader_.unicode()) {
+    findInUnicode(text, gatherer);
+  } else {
+    findInBytes(text, gatherer);
+  }
+  gatherer.endText();
+}
+
+void HitFinder::findInUnicode(std::string_view text, Gatherer& gatherer) const {
+  std::vector<WordHit>& hits = gatherer.hits();
   uint32_t ordinal = 0;
   walkUnicodeWords(reader_.index(), text, false,
                    [&](const char* word, size_t begin, size_t end, WordShape shape) {
@@ -175,12 +225,11 @@ std::vector<WordHit> HitFinder::findInUnicode(std::string_view text) const {
                      if (!mayStart_[static_cast<unsigned char>(word[0])]) return;
                      matchWord(word, place, hits);
                      if (shape != WordShape::kWord) matchSingles(text, word, place, hits);
+                     gatherer.endWord(place.ordinal);
                    });
-  return hits;
 }
 
-std::vector<WordHit> HitFinder::findInBytes(std::string_view text) const {
-  std::vector<WordHit> hits;
+void HitFinder::findInBytes(std::string_view text, Gatherer& gatherer) const {
   std::array<char, kLongestWord + 1> folded;
   uint32_t ordinal = 0;
   const auto isWordAt = [text](size_t at) {
@@ -198,11 +247,11 @@ std::vector<WordHit> HitFinder::findInBytes(std::string_view text) const {
       std::transform(text.begin() + static_cast<ptrdiff_t>(begin),
                      text.begin() + static_cast<ptrdiff_t>(at), folded.begin(), foldByte);
       folded[length] = '\0';
-      matchWord({folded.data(), length}, {ordinal, begin, at}, hits);
+      matchWord({folded.data(), length}, {ordinal, begin, at}, gatherer.hits());
+      gatherer.endWord(ordinal);
     }
     ++ordinal;
   }
-  return hits;
 }
 
 // folded: zero-terminated.
@@ -244,7 +293,7 @@ bool HitFinder::holds(const QueryLeaf& leaf, const std::vector<WordHit>& hits) c
   return !runsOf(leaf, hits, query_.words.size(), true).empty();
 }
 
-std::vector<Mark> HitFinder::marks(const std::vector<WordHit>& hits) const {
+std::vector<Mark> HitFinder::marks(const std::vector<WordHit>& hits, WordRange range) const {
   std::vector<Mark> marks;
   for (uint32_t number = 0; number < query_.leaves.size(); ++number) {
     const QueryLeaf& leaf = query_.leaves[number];
@@ -254,6 +303,7 @@ std::vector<Mark> HitFinder::marks(const std::vector<WordHit>& hits) const {
           std::lower_bound(hits.begin(), hits.end(), run.first,
                            [](const WordHit& a, uint32_t ordinal) { return a.ordinal < ordinal; });
       for (; hit != hits.end() && hit->ordinal < run.first + run.count; ++hit) {
+        if (hit->ordinal < range.from || hit->ordinal >= range.end) continue;
         marks.push_back({hit->offset, hit->offset + hit->length, number});
       }
     }

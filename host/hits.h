@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,6 +30,12 @@ struct Mark {
   uint32_t leaf;  // number in Query::leaves
 };
 
+// The words of a text from the ordinal `from` on up to `end`, which is not among them.
+struct WordRange {
+  uint32_t from = 0;
+  uint32_t end = UINT32_MAX;
+};
+
 // Both must outlive the finder. The text is split as the index splits it; each pass over a text is
 // linear in it, however the query looks.
 class HitFinder {
@@ -38,10 +45,16 @@ class HitFinder {
   // All of them, by ordinal; a word of the text that several words of the query match comes for
   // each.
   std::vector<WordHit> find(std::string_view text) const;
-  // Whether the leaf holds in the text that the hits are from.
+  // The same in parts, so that a long text full of hits takes little memory. A part has all hits of
+  // the words in `range`, which follow on those of the part before, and those around them that
+  // decide with them about phrases and NEAR.
+  using Part = std::function<void(const std::vector<WordHit>& hits, WordRange range)>;
+  void findInParts(std::string_view text, const Part& use) const;
+
+  // Whether the leaf holds in the text, or part of it, that the hits are from.
   bool holds(const QueryLeaf& leaf, const std::vector<WordHit>& hits) const;
   // What makes the file a result, by offset: of phrases and NEAR only the words that take part.
-  std::vector<Mark> marks(const std::vector<WordHit>& hits) const;
+  std::vector<Mark> marks(const std::vector<WordHit>& hits, WordRange range = {}) const;
 
  private:
   // A text that a word of the query is found as: its own, or one with accents.
@@ -56,10 +69,12 @@ class HitFinder {
     size_t end;
   };
 
+  class Gatherer;
+
   void addWord(uint32_t number);
   void mayStartWith(std::string_view text);
-  std::vector<WordHit> findInBytes(std::string_view text) const;
-  std::vector<WordHit> findInUnicode(std::string_view text) const;
+  void findInBytes(std::string_view text, Gatherer& gatherer) const;
+  void findInUnicode(std::string_view text, Gatherer& gatherer) const;
   void matchWord(std::string_view folded, const Place& place, std::vector<WordHit>& hits) const;
   void matchSingles(std::string_view text, std::string_view folded, const Place& place,
                     std::vector<WordHit>& hits) const;
@@ -71,6 +86,7 @@ class HitFinder {
   std::vector<bool> plain_;           // of these: have no accents
   std::vector<uint32_t> singles_;     // numbers in Query::words
   std::array<bool, 256> mayStart_{};  // whether some word can start with the byte
+  uint64_t reach_ = 0;                // words between which a leaf looks for what belongs together
 };
 
 }  // namespace veska

@@ -44,6 +44,9 @@ bool isShortage(int systemError) {
          std::end(kShortages);
 }
 
+// The next run tries again once the rights of the file have changed.
+bool isAboutAccess(std::string_view key) { return key == "OpenFailed" || key == "ReadFailed"; }
+
 std::string checkedRoot(const std::string& typed, const Home& home) {
   struct stat info;
   if (::stat(typed.c_str(), &info) != 0) failWithErrno("cannot index " + typed, errno);
@@ -385,8 +388,9 @@ void Indexer::finishProblems(const std::string& folder) {
     if (!liesInAny(old.path, settings_.roots)) continue;
     const bool isKept = liesInAny(old.path, changes_.missingRoots);
     const bool isThere = statOfProblem(old.path, &now);
-    const bool isUnchanged = isThere && now.modified == old.modified &&
-                             now.changed == old.changed && now.size == old.size;
+    // New rights or a new owner leave what was found in a file as it was.
+    const bool isUnchanged = isThere && now.modified == old.modified && now.size == old.size &&
+                             (now.changed == old.changed || !isAboutAccess(old.key));
     if ((!isUnchanged || old.key == "FolderUnreadable") && !isKept) continue;
     ++problemCount_;
     if (problems_.size() < kMostProblemsListed) problems_.push_back(old);

@@ -78,8 +78,11 @@ std::optional<FileId> locatePath(const Reader& reader, const std::string& path) 
 
 FileId locate(const Reader& reader, const std::string& typed) {
   for (const std::string& name : {typed, undoEscapes(typed)}) {
-    if (const auto file = locatePath(reader, absoluteFolder(name))) return *file;
     std::error_code error;
+    if (const auto file = locatePath(reader, absoluteFolder(name))) return *file;
+    // A member's name may hold "..", which is no step up there.
+    const std::filesystem::path asTyped = std::filesystem::absolute(name, error);
+    if (const auto file = locatePath(reader, asTyped.string())) return *file;
     const std::filesystem::path real = std::filesystem::canonical(name, error);
     if (error) continue;
     if (const auto file = locatePath(reader, real.string())) return *file;

@@ -160,11 +160,18 @@ void Search::check(BestFirst& candidates, const SearchOptions& options, const Te
 }
 
 bool Search::holdsIn(FileId file, std::string_view text) const {
-  const std::vector<WordHit> hits = finder_.find(text);
+  std::vector<bool> held(query_.leaves.size());
+  finder_.findInParts(text, [&](const std::vector<WordHit>& hits, WordRange) {
+    for (size_t i = 0; i < held.size(); ++i) {
+      const QueryLeaf& leaf = query_.leaves[i];
+      if (!held[i] && leaf.needsText()) held[i] = finder_.holds(leaf, hits);
+    }
+  });
   std::vector<bool> stack;
   for (const QueryStep& step : query_.program) {
     if (step.op == QueryStep::Op::kLeaf) {
-      stack.push_back(holds(query_.leaves[step.leaf], file, hits));
+      const QueryLeaf& leaf = query_.leaves[step.leaf];
+      stack.push_back(leaf.needsText() ? held[step.leaf] : hasWord(leaf.words.front(), file));
     } else if (step.op == QueryStep::Op::kNot) {
       stack.back() = !stack.back();
     } else {
@@ -174,11 +181,6 @@ bool Search::holdsIn(FileId file, std::string_view text) const {
     }
   }
   return stack.back();
-}
-
-bool Search::holds(const QueryLeaf& leaf, FileId file, const std::vector<WordHit>& hits) const {
-  if (!leaf.needsText()) return hasWord(leaf.words.front(), file);
-  return finder_.holds(leaf, hits);
 }
 
 bool Search::hasWord(uint32_t word, FileId file) const {

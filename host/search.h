@@ -64,7 +64,6 @@ class Search {
   FileSet evaluate() const;
   std::vector<Ranked> rank(const std::vector<FileId>& files) const;
   bool holdsIn(FileId file, std::string_view text) const;
-  bool holds(const QueryLeaf& leaf, FileId file, const std::vector<WordHit>& hits) const;
   bool hasWord(uint32_t word, FileId file) const;
   void check(BestFirst& candidates, const SearchOptions& options, const TextSource& texts,
              SearchResult& result) const;

@@ -1,6 +1,7 @@
 #include "analyzers/unicode/displaywriter.h"
 
 #include <algorithm>
+#include <string>
 
 namespace veska::unicode {
 namespace {
@@ -96,7 +97,7 @@ void DisplayWriter::endLine() {
 
 bool DisplayWriter::write(std::string_view bytes) {
   full_ = full_ || bytes.size() > maxBytes_ - out_.size();
-  if (!full_) out_ += bytes;
+  if (!full_) out_.append(bytes);
   return !full_;
 }
 
@@ -157,7 +158,7 @@ void DisplayWriter::wrapAtBlank() {
 
 // A mark, or whatever else may compose with the character in front.
 void DisplayWriter::addToCluster(char32_t c) {
-  const std::string_view before = std::string_view(out_).substr(clusterAt_);
+  const std::string_view before = out_.view().substr(clusterAt_);
   if (before.size() > kLongestCluster) return;
   unsigned char bytes[4];
   std::string cluster(before);
@@ -167,13 +168,14 @@ void DisplayWriter::addToCluster(char32_t c) {
     full_ = true;
     return;
   }
-  out_.replace(clusterAt_, std::string::npos, cluster);
+  out_.cutTo(clusterAt_);
+  out_.append(cluster);
   column_ += static_cast<size_t>(std::max(columnsOf(c), 0));
 }
 
-std::string DisplayWriter::finish() {
-  if (!out_.empty() && out_.size() < maxBytes_) out_ += '\n';
-  return std::move(out_);
+std::string_view DisplayWriter::finish() {
+  if (!out_.empty() && out_.size() < maxBytes_) out_.append("\n");
+  return out_.view();
 }
 
 }  // namespace veska::unicode

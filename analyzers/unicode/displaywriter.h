@@ -7,10 +7,10 @@
 #define VESKA_ANALYZERS_UNICODE_DISPLAYWRITER_H_
 
 #include <cstddef>
-#include <string>
 #include <string_view>
 
 #include "analyzers/unicode/characters.h"
+#include "analyzers/unicode/growingtext.h"
 #include "analyzers/unicode/textsource.h"
 
 namespace veska::unicode {
@@ -27,8 +27,10 @@ class DisplayWriter : public TextSink {
   bool text(std::string_view utf8) override;
   bool boundary(Break strength) override;
 
-  // Ends the last line. Result: the text.
-  std::string finish();
+  // Ends the last line. Result: the text, which belongs to this object.
+  std::string_view finish();
+  // After finish. Result: the text with a terminating zero, to be released with free().
+  char* release() { return out_.release(); }
 
  private:
   void addPlain(std::string_view bytes);
@@ -42,7 +44,7 @@ class DisplayWriter : public TextSink {
 
   const size_t maxBytes_;
   const size_t lineWidth_;
-  std::string out_;
+  GrowingText out_;
   bool full_ = false;
   bool afterReturn_ = false;  // a line feed that follows belongs to the carriage return
 

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <string>
 
@@ -109,13 +107,6 @@ SourceRequest requestFor(const CVeskaIndex& index, std::string_view name) {
   return request;
 }
 
-char* copyText(const std::string& text) {
-  auto* copy = static_cast<char*>(std::malloc(text.size() + 1));
-  if (copy == nullptr) throwVeskaError("NoMemory", {});
-  std::memcpy(copy, text.c_str(), text.size() + 1);
-  return copy;
-}
-
 }  // namespace
 
 bool CTextAnalyzer::indexFile(const char* path, unsigned long parentId) {
@@ -187,5 +178,6 @@ char* CTextAnalyzer::fillDisplayBuffer(const char* path, unsigned long, unsigned
     deliverDocument(kind_, file, request, sink);
   }
   if (file.failed()) throwVeskaError("CannotOpenContentsFile", path, EIO);
-  return copyText(writer.finish());
+  writer.finish();
+  return writer.release();
 }

@@ -29,7 +29,7 @@ inline DocumentText readInput(unicode::ByteInput& input, std::string_view name,
   request.maxExpanded = how.maxExpanded;
   unicode::DisplayWriter writer(how.maxBytes, how.lineWidth);
   const unicode::Outcome outcome = unicode::deliverDocument(input, request, writer);
-  return {writer.finish(), outcome};
+  return {std::string(writer.finish()), outcome};
 }
 
 // name: tells the kind by its extension; without one the content tells it.

@@ -35,7 +35,7 @@ TEST(UnicodeDisplay, KeepsLinesAndIndentsAndDropsControls) {
 std::string wholeText(std::string_view text, size_t maxBytes, int width) {
   DisplayWriter writer(maxBytes, width);
   writer.text(text);
-  return writer.finish();
+  return std::string(writer.finish());
 }
 
 std::string byCharacters(std::string_view text, size_t maxBytes, int width) {
@@ -46,7 +46,7 @@ std::string byCharacters(std::string_view text, size_t maxBytes, int width) {
     if (!writer.text(text.substr(at, end - at))) break;
     at = end;
   }
-  return writer.finish();
+  return std::string(writer.finish());
 }
 
 TEST(UnicodeDisplay, RunsAreShownAsTheirCharactersAre) {

@@ -171,6 +171,25 @@ TEST_F(Index, UnreadableFileIsNamedAndTriedAgainWhenItChanges) {
   EXPECT_EQ(out({"status", "--problems"}), "");
 }
 
+TEST_F(Index, DamagedFileStaysListedUntilItsContentsChange) {
+  write("docs/bad.zip", "PK\003\004 and no archive");
+  run({"index", "docs"});
+  const std::string problem =
+      "DIR/docs/bad.zip: is damaged, and was read in part; get an intact copy\n";
+  ASSERT_EQ(out({"status", "--problems"}), problem);
+  ASSERT_EQ(::chmod(path("docs/bad.zip").c_str(), 0640), 0);
+  write("docs/three.txt", "epsilon\n");
+  settle();
+  run({"update"});
+  EXPECT_EQ(found("epsilon"), "DIR/docs/three.txt\n");
+  EXPECT_EQ(out({"status", "--problems"}), problem);
+  EXPECT_EQ(run({"show", "docs/bad.zip"}).err, problem);
+  ::unlink(path("docs/bad.zip").c_str());
+  settle();
+  out({"update"});
+  EXPECT_EQ(out({"status", "--problems"}), "");
+}
+
 TEST_F(Index, RootWithBytesThatAreNoUtf8IsKept) {
   write("d\xE9/x.txt", "kappa\n");
   out({"index", "d\xE9"});

@@ -7,6 +7,7 @@
 #include <regex>
 
 #include "tests/cli/program.h"
+#include "tests/support/archives.h"
 
 namespace veska::test {
 namespace {
@@ -142,6 +143,10 @@ TEST_F(SearchProgram, ShowsMembersOfArchivesAsSearchPrintsThem) {
   EXPECT_EQ(out({"show", "docs/all.tar.gz/all.tar/inner/note.txt"}), "needle in a haystack\n");
   EXPECT_EQ(out({"show", "docs/all.tar.gz"}), member);
   EXPECT_EQ(out({"files", "note*"}), member);
+  writeFile(path("docs/odd.zip"), zipArchive({{"../up//x.txt", "dotted\n"}}));
+  ASSERT_EQ(run({"-q", "update"}).status, 0);
+  EXPECT_EQ(out({"search", "-l", "dotted"}), "DIR/docs/odd.zip/../up//x.txt\n");
+  EXPECT_EQ(out({"show", "docs/odd.zip/../up//x.txt"}), "dotted\n");
 }
 
 TEST_F(SearchProgram, ShowsTextsAndOutlines) {

@@ -106,6 +106,30 @@ TEST_F(Hits, LongPhrasesOfOneWordStayLinear) {
   EXPECT_TRUE(finder.holds(parsed.query->leaves.front(), finder.find(text)));
 }
 
+TEST_F(Hits, PartsOfALongTextMarkWhatTheWholeMarks) {
+  std::string text;
+  uint32_t random = 1;
+  for (int i = 0; i < 300000; ++i) {
+    random = random * 1664525 + 1013904223;
+    text += std::string(2, static_cast<char>('a' + (random >> 24) % 3)) + " ";
+  }
+  for (const char* query :
+       {"\"aa * bb\"", "aa NEAR/40 \"bb cc cc aa bb\"", "\"cc cc cc cc cc\" aa"}) {
+    const QueryResult parsed = parseQuery(query);
+    const HitFinder finder(*reader_, *parsed.query);
+    size_t most = 0;
+    std::vector<size_t> inParts;
+    finder.findInParts(text, [&](const std::vector<WordHit>& hits, WordRange range) {
+      most = std::max(most, hits.size());
+      for (const Mark& mark : finder.marks(hits, range)) inParts.push_back(mark.begin);
+    });
+    std::vector<size_t> whole;
+    for (const Mark& mark : finder.marks(finder.find(text))) whole.push_back(mark.begin);
+    EXPECT_TRUE(inParts == whole) << query;
+    EXPECT_LT(most, 70000u) << query;
+  }
+}
+
 TEST_F(Hits, SnippetsAreTheLinesWithMostDifferentWords) {
   const std::string text = "cat\ncat\n\ncat and dog\ncat\n\tdog   dog\n";
   const std::vector<Snippet> two = snippets("cat dog", text, {2, 100});
