@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 class Tables {
  public:
-  Tables() : folder_(fs::temp_directory_path() / "veska-fuzz-XXXXXX") {
+  Tables() : folder_(veska::fuzz::topFolder() / "veska-fuzz-XXXXXX") {
     if (mkdtemp(folder_.data()) == nullptr) std::abort();
     fs::current_path(folder_);  // where pruning writes its diagnostic
     fs::create_directories(indexPath());

@@ -8,7 +8,7 @@ namespace veska::test {
 
 std::string littleEndian(uint64_t value, int bytes) {
   std::string text;
-  for (int i = 0; i < bytes; ++i) text += static_cast<char>(value >> (8 * i));
+  for (int i = 0; i < bytes; ++i, value >>= 8) text += static_cast<char>(value & 0xFF);
   return text;
 }
 
