@@ -29,7 +29,7 @@ class GrowingText {
 
   // Result: the text with a terminating zero, to be released with free(). Leaves nothing here.
   char* release() {
-    append(std::string_view("", 1));
+    append(std::string_view("\0", 1));
     size_ = capacity_ = 0;
     return bytes_.release();
   }
