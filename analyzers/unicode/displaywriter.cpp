@@ -131,6 +131,7 @@ void DisplayWriter::addVisible(char32_t c, CharFacts facts) {
     return;
   }
   if (pending) writePending();
+  if (full_) return;  // a blank that found no room is no place to wrap at
   const auto columns = static_cast<size_t>(std::max(c < 0x80 ? 1 : columnsOf(c), 0));
   if (lineWidth_ != 0 && column_ + columns > lineWidth_) {
     const bool breaksHere =

@@ -63,6 +63,7 @@ TEST(UnicodeDisplay, RunsAreShownAsTheirCharactersAre) {
         << "seed " << kSeed << ", width " << width << ", at most " << most << ": " << text;
     ASSERT_LE(whole.size(), most);
   }
+  EXPECT_EQ(wholeText("abcd e", 4, 4), "abcd") << "no room for the blank";
 }
 
 TEST(UnicodeStory, AsidesFollowTheirParagraph) {
