@@ -8,7 +8,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static veska::fuzz::FuzzIndex index;
   const std::string file = index.get()->configurationDirectory() + "skipfile.txt";
   vidxSetSkipFilePath(index.get(), file.c_str());
-  const size_t times = size != 0 && data[0] % 4 == 0 ? 150000 / size : 1;
+  const size_t times = size != 0 && data[0] % 16 == 8 ? 70000 / size : 1;
   {
     std::ofstream out(file, std::ios::binary);
     for (size_t i = 0; i < times; ++i) {
