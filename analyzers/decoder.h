@@ -14,8 +14,8 @@ class Decoder {
 
   virtual ~Decoder() = default;
 
-  // Begins a stream; a file may hold several. Result: false when the library is missing or has no
-  // memory.
+  // Begins a stream; a file may hold several. Result: false when the library is missing. Errors:
+  // std::bad_alloc, as of decode.
   virtual bool begin() = 0;
 
   // Decodes. in: moved past what was taken. to, bytes: room for what comes out. written: set to its

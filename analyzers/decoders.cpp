@@ -2,9 +2,11 @@
 #include <lzma.h>
 #include <zlib.h>
 #include <zstd.h>
+#include <zstd_errors.h>
 
 #include <algorithm>
 #include <cstdint>
+#include <new>
 
 #include "analyzers/decoder.h"
 #include "analyzers/lazylibrary.h"
@@ -54,6 +56,15 @@ class GzipDecoder : public Decoder {
   bool begun_ = false;
 };
 
+// These libraries, too, tell a lack of memory by a result like any other, and a sound file would
+// pass for a damaged one. Result: what was given. Errors: std::bad_alloc when it is the one that
+// tells it.
+template <typename Result>
+Result lackChecked(Result result, Result lack) {
+  if (result == lack) throw std::bad_alloc();
+  return result;
+}
+
 // ---- xz
 
 struct Lzma {
@@ -85,7 +96,8 @@ class XzDecoder : public Decoder {
 
   bool begin() override {
     library_ = lzma();
-    return library_ != nullptr && library_->decoder(&stream_, kMostMemory, 0) == LZMA_OK;
+    return library_ != nullptr &&
+           lackChecked(library_->decoder(&stream_, kMostMemory, 0), LZMA_MEM_ERROR) == LZMA_OK;
   }
 
   State decode(std::string_view& in, char* to, size_t bytes, size_t* written) override {
@@ -93,7 +105,7 @@ class XzDecoder : public Decoder {
     stream_.avail_in = in.size();
     stream_.next_out = reinterpret_cast<uint8_t*>(to);
     stream_.avail_out = bytes;
-    const lzma_ret result = library_->code(&stream_, LZMA_RUN);
+    const lzma_ret result = lackChecked(library_->code(&stream_, LZMA_RUN), LZMA_MEM_ERROR);
     in.remove_prefix(in.size() - stream_.avail_in);
     *written = bytes - stream_.avail_out;
     if (result == LZMA_STREAM_END) return State::kEnded;
@@ -136,7 +148,8 @@ class Bzip2Decoder : public Decoder {
     end();
     stream_ = {};
     library_ = bzip2();
-    begun_ = library_ != nullptr && library_->init(&stream_, 0, 0) == BZ_OK;
+    begun_ =
+        library_ != nullptr && lackChecked(library_->init(&stream_, 0, 0), BZ_MEM_ERROR) == BZ_OK;
     return begun_;
   }
 
@@ -145,7 +158,7 @@ class Bzip2Decoder : public Decoder {
     stream_.avail_in = static_cast<unsigned>(piece(in.size()));
     stream_.next_out = to;
     stream_.avail_out = static_cast<unsigned>(piece(bytes));
-    const int result = library_->decompress(&stream_);
+    const int result = lackChecked(library_->decompress(&stream_), BZ_MEM_ERROR);
     in.remove_prefix(piece(in.size()) - stream_.avail_in);
     *written = piece(bytes) - stream_.avail_out;
     if (result == BZ_STREAM_END) return State::kEnded;
@@ -170,7 +183,7 @@ struct Zstd {
   decltype(&::ZSTD_freeDStream) free = nullptr;
   decltype(&::ZSTD_initDStream) init = nullptr;
   decltype(&::ZSTD_decompressStream) decompress = nullptr;
-  decltype(&::ZSTD_isError) isError = nullptr;
+  decltype(&::ZSTD_getErrorCode) errorCode = nullptr;
   bool complete = false;
 };
 
@@ -183,7 +196,7 @@ const Zstd* zstd() {
     library.find(functions.free, "ZSTD_freeDStream");
     library.find(functions.init, "ZSTD_initDStream");
     library.find(functions.decompress, "ZSTD_decompressStream");
-    library.find(functions.isError, "ZSTD_isError");
+    library.find(functions.errorCode, "ZSTD_getErrorCode");
     functions.complete = library.isComplete();
     return functions;
   }();
@@ -199,8 +212,10 @@ class ZstdDecoder : public Decoder {
   bool begin() override {
     library_ = zstd();
     if (library_ == nullptr) return false;
-    if (stream_ == nullptr) stream_ = library_->create();
-    return stream_ != nullptr && library_->isError(library_->init(stream_)) == 0;
+    if (stream_ == nullptr) {
+      stream_ = lackChecked(library_->create(), static_cast<ZSTD_DStream*>(nullptr));
+    }
+    return checked(library_->init(stream_)) == ZSTD_error_no_error;
   }
 
   State decode(std::string_view& in, char* to, size_t bytes, size_t* written) override {
@@ -209,11 +224,15 @@ class ZstdDecoder : public Decoder {
     const size_t result = library_->decompress(stream_, &output, &input);
     in.remove_prefix(input.pos);
     *written = output.pos;
-    if (library_->isError(result) != 0) return State::kDamaged;
+    if (checked(result) != ZSTD_error_no_error) return State::kDamaged;
     return result == 0 ? State::kEnded : State::kGoesOn;
   }
 
  private:
+  ZSTD_ErrorCode checked(size_t result) const {
+    return lackChecked(library_->errorCode(result), ZSTD_error_memory_allocation);
+  }
+
   const Zstd* library_ = nullptr;
   ZSTD_DStream* stream_ = nullptr;
 };
