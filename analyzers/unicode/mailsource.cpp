@@ -129,7 +129,7 @@ class MessageReader {
     boundary.resize(boundary.find_last_not_of(" \t") + 1);
     if (part.type == "multipart/encrypted") {
       note(Outcome::kNeedsPassword);
-    } else if (boundary.empty()) {
+    } else if (boundary.empty() || stream_.lacks(boundary)) {
       if (!othersOnly) deliverText(part);
     } else if (stream_.depth() >= kMostMultiparts) {
       note(Outcome::kLimited);

@@ -58,6 +58,14 @@ void MimeStream::skipPart() {
   for (std::string_view rest = line(); !rest.empty(); rest = line()) take(rest.size());
 }
 
+bool MimeStream::lacks(std::string_view boundary) {
+  if (window_.rest().size() < kBufferBytes / 2 && !window_.isFull()) window_.fill();
+  if (!window_.ended()) return false;
+  const std::string line = std::string("\n--").append(boundary);
+  const bool first = lineStart_ && window_.rest().starts_with(std::string_view(line).substr(1));
+  return !first && window_.rest().find(line) == std::string_view::npos;
+}
+
 // (RFC 2046, section 5.1.1.) Blanks may follow a boundary, but nothing else.
 bool MimeStream::atBoundary(std::string_view line) {
   if (boundaries_.empty() || !line.starts_with("--")) return false;

@@ -32,6 +32,8 @@ class MimeStream {
   // Moves to the end of the part.
   void skipPart();
 
+  // Is there no such boundary in the rest of the message? Long messages are not searched: false.
+  bool lacks(std::string_view boundary);
   // Enters a multipart: from now on its boundary ends parts.
   void enter(std::string boundary) { boundaries_.push_back(std::move(boundary)); }
   // Moves on from the end of one part of the innermost multipart to the next. Result: false when
