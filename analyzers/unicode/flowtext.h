@@ -19,6 +19,10 @@ inline constexpr std::array<bool, 256> kFlowBlanks = [] {
 }();
 inline bool isFlowBlank(char c) { return kFlowBlanks[static_cast<unsigned char>(c)]; }
 
+// Where a run of words with single spaces between them ends that a place lies in. Result: place of
+// the blank behind it, or the text's size.
+size_t flowRunEnd(std::string_view text, size_t at);
+
 // Collects the text and passes it on in large pieces. Results: false when the sink wants no more.
 class FlowText {
  public:
@@ -35,7 +39,7 @@ class FlowText {
         ++at;
         continue;
       }
-      const size_t end = runEnd(text, at);
+      const size_t end = flowRunEnd(text, at);
       writeBlank(text.substr(at, end - at));
       buffer_ += text.substr(at, end - at);
       started_ = true;
@@ -67,16 +71,6 @@ class FlowText {
 
  private:
   static constexpr size_t kPieceBytes = 32768;
-
-  // Where text that is passed on as it stands ends: words with single spaces between them.
-  static size_t runEnd(std::string_view text, size_t at) {
-    const auto inRun = [text](size_t i) { return i < text.size() && !isFlowBlank(text[i]); };
-    for (;;) {
-      while (inRun(at)) ++at;
-      if (at == text.size() || text[at] != ' ' || !inRun(at + 1)) return at;
-      ++at;
-    }
-  }
 
   void writeBlank(std::string_view next) {
     if (blank_ && started_ && !isWithinRun(next)) buffer_ += keepLines_ && sawLine_ ? '\n' : ' ';

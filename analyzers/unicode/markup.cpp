@@ -9,6 +9,7 @@
 
 #include "analyzers/unicode/charset.h"
 #include "analyzers/unicode/entities.h"
+#include "analyzers/unicode/htmlelements.h"
 
 namespace veska::unicode {
 namespace {
@@ -35,16 +36,6 @@ constexpr std::array<bool, 256> kEndsRunInTag = [] {
   ends['>'] = ends['"'] = ends['\''] = true;
   return ends;
 }();
-
-// Elements whose contents are no text, and those in which tags mean nothing.
-constexpr std::array<std::string_view, 6> kHiddenElements = {"script", "style",   "template",
-                                                             "iframe", "noembed", "noframes"};
-constexpr std::array<std::string_view, 2> kTextElements = {"title", "textarea"};
-
-template <size_t N>
-bool isOneOf(const std::array<std::string_view, N>& names, std::string_view name) {
-  return std::find(names.begin(), names.end(), name) != names.end();
-}
 
 bool mayBeginName(Markup markup, char c) {
   return isLetter(c) || (markup == Markup::kXml &&
@@ -197,22 +188,31 @@ class Parser {
   }
 
   void giveTag(std::string_view tag, bool end) {
-    size_t nameEnd = 0;
-    while (nameEnd < tag.size() && !isBlank(tag[nameEnd]) && tag[nameEnd] != '/') ++nameEnd;
-    name_.assign(tag.substr(0, std::min(nameEnd, kLongestName)));
-    if (markup_ == Markup::kHtml) std::transform(name_.begin(), name_.end(), name_.begin(), lower);
+    const size_t nameEnd = readName(tag);
+    const std::string_view name(name_.data(), std::min(nameEnd, name_.size()));
     const std::string_view attributes = tag.substr(nameEnd);
     const bool empty = tag.ends_with('/');
-    if (!(end ? handler_.endTag(name_) : handler_.startTag(name_, attributes, empty)))
+    if (!(end ? handler_.endTag(name) : handler_.startTag(name, attributes, empty)))
       stopped_ = true;
     if (end || empty || markup_ != Markup::kHtml) return;
-    if (isOneOf(kHiddenElements, name_)) enterRaw(State::kHidden);
-    if (isOneOf(kTextElements, name_)) enterRaw(State::kPlain);
+    const HtmlElement::Contents contents = htmlElement(name).contents;
+    if (contents == HtmlElement::Contents::kNothing) enterRaw(State::kHidden, name);
+    if (contents == HtmlElement::Contents::kText) enterRaw(State::kPlain, name);
   }
 
-  void enterRaw(State state) {
+  // Keeps the name of a tag, as much of it as there is room for. Result: its length.
+  size_t readName(std::string_view tag) {
+    const bool folds = markup_ == Markup::kHtml;
+    size_t at = 0;
+    for (; at < tag.size() && !isBlank(tag[at]) && tag[at] != '/'; ++at) {
+      if (at < name_.size()) name_[at] = folds ? lower(tag[at]) : tag[at];
+    }
+    return at;
+  }
+
+  void enterRaw(State state, std::string_view name) {
     state_ = state;
-    rawEnd_ = "</" + name_;
+    rawEnd_.assign("</").append(name);
   }
 
   // Passes over everything up to and including the mark.
@@ -297,7 +297,7 @@ class Parser {
   MarkupHandler& handler_;
   std::string window_;
   std::string decoded_;
-  std::string name_;
+  std::array<char, kLongestName> name_;
   std::string rawEnd_;
   size_t at_ = 0;
   State state_ = State::kText;

@@ -1,11 +1,11 @@
 #include "analyzers/unicode/markupsources.h"
 
 #include <algorithm>
-#include <array>
 #include <string>
 
 #include "analyzers/unicode/charset.h"
 #include "analyzers/unicode/flowtext.h"
+#include "analyzers/unicode/htmlelements.h"
 #include "analyzers/unicode/markup.h"
 
 namespace veska::unicode {
@@ -13,101 +13,54 @@ namespace {
 
 bool isBlank(char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r' || c == '\f'; }
 
-struct TagBreak {
-  std::string_view name;
-  Break strength;
-};
-
-// By their first letters. Other elements are inline. (HTML Living Standard, 15.3: what is displayed
-// as a block, with and without margins.)
-constexpr TagBreak kHtmlBreaks[] = {
-    {"address", Break::kLine},      {"article", Break::kParagraph},
-    {"aside", Break::kParagraph},   {"blockquote", Break::kParagraph},
-    {"body", Break::kParagraph},    {"br", Break::kLine},
-    {"button", Break::kWord},       {"caption", Break::kLine},
-    {"center", Break::kLine},       {"dd", Break::kLine},
-    {"details", Break::kLine},      {"dialog", Break::kLine},
-    {"dir", Break::kParagraph},     {"div", Break::kLine},
-    {"dl", Break::kParagraph},      {"dt", Break::kLine},
-    {"embed", Break::kWord},        {"fieldset", Break::kLine},
-    {"figcaption", Break::kLine},   {"figure", Break::kParagraph},
-    {"footer", Break::kParagraph},  {"form", Break::kLine},
-    {"frame", Break::kWord},        {"h1", Break::kParagraph},
-    {"h2", Break::kParagraph},      {"h3", Break::kParagraph},
-    {"h4", Break::kParagraph},      {"h5", Break::kParagraph},
-    {"h6", Break::kParagraph},      {"head", Break::kParagraph},
-    {"header", Break::kParagraph},  {"hr", Break::kParagraph},
-    {"html", Break::kParagraph},    {"iframe", Break::kWord},
-    {"img", Break::kWord},          {"input", Break::kWord},
-    {"label", Break::kWord},        {"legend", Break::kLine},
-    {"li", Break::kLine},           {"listing", Break::kParagraph},
-    {"main", Break::kParagraph},    {"menu", Break::kParagraph},
-    {"nav", Break::kParagraph},     {"object", Break::kWord},
-    {"ol", Break::kParagraph},      {"optgroup", Break::kLine},
-    {"option", Break::kLine},       {"p", Break::kParagraph},
-    {"pre", Break::kParagraph},     {"rp", Break::kWord},
-    {"rt", Break::kWord},           {"script", Break::kWord},
-    {"section", Break::kParagraph}, {"select", Break::kWord},
-    {"style", Break::kWord},        {"summary", Break::kLine},
-    {"table", Break::kParagraph},   {"tbody", Break::kLine},
-    {"td", Break::kWord},           {"textarea", Break::kLine},
-    {"tfoot", Break::kLine},        {"th", Break::kWord},
-    {"thead", Break::kLine},        {"title", Break::kParagraph},
-    {"tr", Break::kLine},           {"ul", Break::kParagraph},
-    {"xmp", Break::kParagraph},
-};
-
-// Where the elements of each first letter begin, and behind them where they end.
-constexpr std::array<unsigned char, 27> kBreaksOfLetter = [] {
-  std::array<unsigned char, 27> begin{};
-  unsigned char at = 0;
-  for (size_t letter = 0; letter < begin.size(); ++letter) {
-    while (at < std::size(kHtmlBreaks) &&
-           static_cast<size_t>(kHtmlBreaks[at].name[0] - 'a') < letter)
-      ++at;
-    begin[letter] = at;
-  }
-  return begin;
-}();
-
-const TagBreak* breakOf(std::string_view name) {
-  if (name.empty() || name[0] < 'a' || name[0] > 'z') return nullptr;
-  const auto letter = static_cast<size_t>(name[0] - 'a');
-  const auto* const end = kHtmlBreaks + kBreaksOfLetter[letter + 1];
-  const auto* const at = std::find_if(kHtmlBreaks + kBreaksOfLetter[letter], end,
-                                      [name](const TagBreak& b) { return b.name == name; });
-  return at == end ? nullptr : at;
-}
-
 bool isOneOf(std::string_view name, std::initializer_list<std::string_view> names) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 class HtmlHandler : public MarkupHandler {
+  using Role = HtmlElement::Role;
+
  public:
   explicit HtmlHandler(TextSink& sink, bool showTitle = true)
       : text_(sink, false), showTitle_(showTitle) {}
 
   bool startTag(std::string_view name, std::string_view attributes, bool empty) override {
-    if (!tagBreak(name)) return false;
-    if (name == "sup") inSuperscript_ = !empty;
-    if (name == "a") inLink_ = !attribute(attributes, "href").empty();
-    if (!noteBreak(name)) return false;
-    if (isVerbatim(name)) ++verbatim_;
-    inTitle_ = inTitle_ || (name == "title" && !empty);
-    if (name == "img" || name == "area") return addWords(attribute(attributes, "alt"));
-    if (name == "input") return addInput(attributes);
-    if (name == "meta") return addDescription(attributes);
+    const HtmlElement& element = htmlElement(name);
+    if (!breakAround(element)) return false;
+    switch (element.role) {
+      case Role::kNone:
+        return true;
+      case Role::kSuperscript:
+        inSuperscript_ = !empty;
+        return noteBreak();
+      case Role::kAnchor:
+        inLink_ = !attribute(attributes, "href").empty();
+        return noteBreak();
+      case Role::kVerbatim:
+        ++verbatim_;
+        return true;
+      case Role::kTitle:
+        inTitle_ = inTitle_ || !empty;
+        return true;
+      case Role::kPicture:
+        return addWords(attribute(attributes, "alt"));
+      case Role::kField:
+        return addInput(attributes);
+      case Role::kMeta:
+        return addDescription(attributes);
+    }
     return true;
   }
 
   bool endTag(std::string_view name) override {
-    if (isVerbatim(name) && verbatim_ != 0) --verbatim_;
-    inTitle_ = inTitle_ && name != "title";
-    if (!noteBreak(name)) return false;
-    if (name == "sup") inSuperscript_ = false;
-    if (name == "a") inLink_ = false;
-    return tagBreak(name);
+    const HtmlElement& element = htmlElement(name);
+    if (element.role == Role::kVerbatim && verbatim_ != 0) --verbatim_;
+    if (element.role == Role::kTitle) inTitle_ = false;
+    if (element.role == Role::kSuperscript || element.role == Role::kAnchor) {
+      if (!noteBreak()) return false;
+      (element.role == Role::kAnchor ? inLink_ : inSuperscript_) = false;
+    }
+    return breakAround(element);
   }
 
   bool characters(std::string_view utf8) override {
@@ -122,20 +75,12 @@ class HtmlHandler : public MarkupHandler {
     return attributeValue(Markup::kHtml, attributes, name);
   }
 
-  static bool isVerbatim(std::string_view name) {
-    return isOneOf(name, {"pre", "textarea", "listing", "xmp"});
-  }
-
-  bool tagBreak(std::string_view name) {
-    const TagBreak* found = breakOf(name);
-    return found == nullptr || text_.boundary(found->strength);
+  bool breakAround(const HtmlElement& element) {
+    return !element.strength || text_.boundary(*element.strength);
   }
 
   // A raised link is the number of a note, not the end of the word in front.
-  bool noteBreak(std::string_view name) {
-    const bool within = inSuperscript_ && inLink_ && (name == "sup" || name == "a");
-    return !within || text_.boundary(Break::kWord);
-  }
+  bool noteBreak() { return !inSuperscript_ || !inLink_ || text_.boundary(Break::kWord); }
 
   bool addWords(const std::string& words) {
     return words.empty() || (text_.add(words) && text_.boundary(Break::kWord));
@@ -196,8 +141,7 @@ class XmlHandler : public MarkupHandler {
   bool tag(std::string_view name) {
     name = localName(name);
     if (isInline(name)) return true;
-    const TagBreak* found = breakOf(name);
-    return text_.boundary(found == nullptr ? Break::kWord : found->strength);
+    return text_.boundary(htmlElement(name).strength.value_or(Break::kWord));
   }
 
   FlowText text_;
