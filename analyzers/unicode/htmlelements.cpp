@@ -3,7 +3,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
 
 namespace veska::unicode {
 namespace {
@@ -92,34 +91,47 @@ constexpr HtmlElement kElements[] = {
     {"xmp", Break::kParagraph, Role::kVerbatim},
 };
 
-// A hash table with open addressing: the numbers of the elements, from 1, where their names lead.
+// A hash table with open addressing. The key holds a short name whole, a long one's beginning.
 constexpr size_t kSlots = 256;
+constexpr size_t kShortName = sizeof(uint64_t) - 1;
 
-constexpr size_t firstSlot(std::string_view name) {
-  uint64_t bytes = name.size();
-  for (const char c : name.substr(0, sizeof bytes - 1)) {
-    bytes = bytes << 8 | static_cast<unsigned char>(c);
-  }
-  constexpr uint64_t kOddMultiplier = 0x9E3779B97F4A7C15;  // (Knuth, volume 3, section 6.4)
-  return static_cast<size_t>((bytes * kOddMultiplier) >> 56);
+struct Slot {
+  uint64_t key = 0;
+  const HtmlElement* element = nullptr;
+};
+
+constexpr uint64_t keyOf(std::string_view name) {
+  uint64_t key = name.size();
+  for (const char c : name.substr(0, kShortName)) key = key << 8 | static_cast<unsigned char>(c);
+  return key;
 }
 
-constexpr std::array<unsigned char, kSlots> kNumbers = [] {
-  std::array<unsigned char, kSlots> numbers{};
-  for (size_t i = 0; i < std::size(kElements); ++i) {
-    size_t slot = firstSlot(kElements[i].name);
-    while (numbers[slot] != 0) slot = (slot + 1) % kSlots;
-    numbers[slot] = static_cast<unsigned char>(i + 1);
+constexpr size_t firstSlot(uint64_t key) {
+  constexpr uint64_t kOddMultiplier = 0x9E3779B97F4A7C15;  // (Knuth, volume 3, section 6.4)
+  return static_cast<size_t>((key * kOddMultiplier) >> 56);
+}
+
+constexpr size_t nextSlot(size_t slot) { return (slot + 1) % kSlots; }
+
+constexpr std::array<Slot, kSlots> kTable = [] {
+  std::array<Slot, kSlots> table{};
+  for (const HtmlElement& element : kElements) {
+    const uint64_t key = keyOf(element.name);
+    size_t slot = firstSlot(key);
+    while (table[slot].element != nullptr) slot = nextSlot(slot);
+    table[slot] = {key, &element};
   }
-  return numbers;
+  return table;
 }();
 
 }  // namespace
 
 const HtmlElement& htmlElement(std::string_view name) {
-  for (size_t slot = firstSlot(name); kNumbers[slot] != 0; slot = (slot + 1) % kSlots) {
-    const HtmlElement& element = kElements[kNumbers[slot] - 1];
-    if (element.name == name) return element;
+  const uint64_t key = keyOf(name);
+  for (size_t slot = firstSlot(key); kTable[slot].element != nullptr; slot = nextSlot(slot)) {
+    const HtmlElement& element = *kTable[slot].element;
+    if (kTable[slot].key == key && (name.size() <= kShortName || element.name == name))
+      return element;
   }
   return kUnknown;
 }
