@@ -20,6 +20,46 @@ MemberSource sourceOf(ArchiveReader& reader) {
   return [&reader](char* to, size_t bytes) { return reader.read(to, bytes); };
 }
 
+// The member that a reader stands at, read where it stands.
+class MemberInput : public ByteInput {
+ public:
+  // format: of the archive. What stands in an archive as it is concerns no limit on what expands.
+  MemberInput(CVeskaIndex& index, ArchiveReader& reader, const ArchiveFormat& format,
+              MemberStream::Use use)
+      : reader_(reader), expands_(format.expands), limited_(index, sourceOf(reader), use) {}
+
+  size_t read(char* to, size_t bytes) override {
+    size_t done = 0;
+    while (done < bytes) {
+      const size_t got = expands_ ? limited_.read(to + done, bytes - done)
+                                  : readUnlimited(to + done, bytes - done);
+      if (got == 0) break;
+      done += got;
+    }
+    bytesRead_ += done;
+    return done;
+  }
+
+  bool failed() const override {
+    return isDamaged() || limited_.state() == MemberStream::State::kLimited;
+  }
+  bool isDamaged() const { return damaged_ || limited_.state() == MemberStream::State::kDamaged; }
+  uint64_t bytesRead() const { return bytesRead_; }
+
+ private:
+  size_t readUnlimited(char* to, size_t bytes) {
+    const long got = reader_.read(to, bytes);
+    damaged_ = damaged_ || got < 0;
+    return static_cast<size_t>(std::max(got, 0L));
+  }
+
+  ArchiveReader& reader_;
+  const bool expands_;
+  MemberStream limited_;
+  bool damaged_ = false;
+  uint64_t bytesRead_ = 0;
+};
+
 }  // namespace
 
 bool CArchiveAnalyzer::indexFile(const char* path, unsigned long parentId) {
@@ -69,45 +109,35 @@ void CArchiveAnalyzer::indexMember(ArchiveReader& reader, ContainerScope& scope,
 
 uint64_t CArchiveAnalyzer::indexContents(ArchiveReader& reader, const Member& member,
                                          const std::string& name, int64_t time) {
-  const auto* const archive = dynamic_cast<CArchiveAnalyzer*>(member.analyzer);
   const bool inPlace =
-      archive != nullptr ? archive->isStreamed() : member.analyzer->canUseIndexBuffer();
+      streamedArchive(member.analyzer) != nullptr || member.analyzer->canUseIndexBuffer();
   return inPlace ? indexInPlace(reader, member, name, time) : indexCopy(reader, member, name);
+}
+
+CArchiveAnalyzer* CArchiveAnalyzer::streamedArchive(CFileAnalyzer* analyzer) {
+  auto* const archive = dynamic_cast<CArchiveAnalyzer*>(analyzer);
+  return archive == nullptr || archive->format_.needsSeek ? nullptr : archive;
+}
+
+CArchiveAnalyzer* CArchiveAnalyzer::streamedArchive(const std::string& member) const {
+  return streamedArchive(memberAnalyzer(std::string(baseName(member))));
 }
 
 uint64_t CArchiveAnalyzer::indexInPlace(ArchiveReader& reader, const Member& member,
                                         const std::string& name, int64_t time) {
   const std::string path = index->expansion.memberPath;
-  uint64_t bytesRead = 0;
-  bool damaged = false;
-  MemberStream limited(*index, sourceOf(reader), false);
-  // What stands in the archive as it is concerns no limit on what expands.
-  const auto read = [&](char* to, size_t bytes) -> size_t {
-    if (format_.expands) return limited.read(to, bytes);
-    const long got = reader.read(to, bytes);
-    damaged = damaged || got < 0;
-    return static_cast<size_t>(std::max(got, 0L));
-  };
-  StreamInput stream([&](char* to, size_t bytes) {
-    size_t done = 0;
-    while (done < bytes) {
-      const size_t got = read(to + done, bytes - done);
-      if (got == 0) break;
-      done += got;
-    }
-    bytesRead += done;
-    return done;
-  });
-  if (auto* const archive = dynamic_cast<CArchiveAnalyzer*>(member.analyzer)) {
+  CArchiveAnalyzer* const archive = streamedArchive(member.analyzer);
+  MemberInput input(*index, reader, format_,
+                    archive ? MemberStream::Use::kArchive : MemberStream::Use::kDocument);
+  if (archive != nullptr) {
     ContainerScope scope(*index, path.c_str());
-    if (!scope.tooDeep()) archive->indexInput(stream, name, scope, member.id, time);
+    if (!scope.tooDeep()) archive->indexInput(input, name, scope, member.id, time);
   } else {
-    indexBlocks([&stream](char* to, size_t bytes) { return stream.read(to, bytes); },
+    indexBlocks([&input](char* to, size_t bytes) { return input.read(to, bytes); },
                 *member.analyzer, path.c_str(), member.id);
   }
-  if (damaged || limited.state() == MemberStream::State::kDamaged)
-    reportProblem("MemberFailed", path);
-  return bytesRead;
+  if (input.isDamaged()) reportProblem("MemberFailed", path);
+  return input.bytesRead();
 }
 
 // A copy that is cut short has words all the same.
@@ -121,14 +151,37 @@ uint64_t CArchiveAnalyzer::indexCopy(ArchiveReader& reader, const Member& member
 
 bool CArchiveAnalyzer::extractToTempFile(const char* container, const char* member,
                                          const char* tempPath, unsigned long) {
+  const std::string name = member;
+  return extractNested(container, {&name, 1}, tempPath);
+}
+
+size_t CArchiveAnalyzer::levelsInPlace(std::span<const std::string> members) const {
+  size_t levels = 1;
+  while (levels < members.size() && streamedArchive(members[levels - 1]) != nullptr) ++levels;
+  return levels;
+}
+
+bool CArchiveAnalyzer::extractNested(const char* container, std::span<const std::string> members,
+                                     const char* tempPath) {
+  ContainerScope scope(*index, container);
   FileInput file(container);
-  if (!file.isOpen()) return false;
-  const std::unique_ptr<ArchiveReader> reader = format_.open(file, container);
-  const bool single = format_.isSingle;
+  return file.isOpen() && extractFrom(file, container, scope, members, tempPath) && !file.failed();
+}
+
+bool CArchiveAnalyzer::extractFrom(ByteInput& input, std::string_view name, ContainerScope& scope,
+                                   std::span<const std::string> members, const char* tempPath) {
+  const std::unique_ptr<ArchiveReader> reader = format_.open(input, name);
+  const std::string& wanted = members.front();
   while (reader->next()) {
-    if (!single && reader->member().name != member) continue;
-    return reader->open() == ArchiveReader::Opened::kYes &&
-           extract(container, member, tempPath, sourceOf(*reader)) && !file.failed();
+    if (!format_.isSingle && reader->member().name != wanted) continue;
+    if (reader->open() != ArchiveReader::Opened::kYes) return false;
+    scope.beginMember(wanted);
+    if (members.size() == 1) return copyOut(tempPath, sourceOf(*reader));
+    CArchiveAnalyzer* const archive = streamedArchive(wanted);
+    MemberInput member(*index, *reader, format_, MemberStream::Use::kArchive);
+    ContainerScope inner(*index, wanted.c_str());
+    return archive != nullptr && !inner.tooDeep() &&
+           archive->extractFrom(member, wanted, inner, members.subspan(1), tempPath);
   }
   return false;
 }

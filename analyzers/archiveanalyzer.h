@@ -5,6 +5,10 @@
 #ifndef VESKA_ANALYZERS_ARCHIVEANALYZER_H_
 #define VESKA_ANALYZERS_ARCHIVEANALYZER_H_
 
+#include <span>
+#include <string>
+#include <string_view>
+
 #include "analyzers/archivereader.h"
 #include "analyzers/container.h"
 
@@ -19,6 +23,14 @@ class CArchiveAnalyzer : public CContainerAnalyzer {
   // The first member of exactly that name; of a compressed file its one member.
   bool extractToTempFile(const char* container, const char* member, const char* tempPath,
                          unsigned long id) override;
+
+  // How many of these members, each within the one before it and the first within this archive, are
+  // reached in one go: 1, and one more for each archive among them that can be read where it
+  // stands.
+  size_t levelsInPlace(std::span<const std::string> members) const;
+  // As extractToTempFile, for the last of that many members.
+  bool extractNested(const char* container, std::span<const std::string> members,
+                     const char* tempPath);
 
   // The text of all members.
   char* fillDisplayBuffer(const char* path, unsigned long fileId, unsigned long maxBytes,
@@ -35,7 +47,11 @@ class CArchiveAnalyzer : public CContainerAnalyzer {
   uint64_t indexInPlace(ArchiveReader& reader, const Member& member, const std::string& name,
                         int64_t time);
   uint64_t indexCopy(ArchiveReader& reader, const Member& member, const std::string& name);
-  bool isStreamed() const { return !format_.needsSeek; }
+  bool extractFrom(veska::unicode::ByteInput& input, std::string_view name, ContainerScope& scope,
+                   std::span<const std::string> members, const char* tempPath);
+  // The analyzer of a member, if that is an archive to be read where it stands; else null.
+  static CArchiveAnalyzer* streamedArchive(CFileAnalyzer* analyzer);
+  CArchiveAnalyzer* streamedArchive(const std::string& member) const;
 
   const ArchiveFormat& format_;
 };

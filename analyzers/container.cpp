@@ -58,21 +58,23 @@ void ContainerScope::report(const char* key, int systemError) const {
 
 // ---- MemberStream
 
-MemberStream::MemberStream(CVeskaIndex& index, MemberSource source, bool stored)
-    : index_(index), source_(std::move(source)), stored_(stored) {}
+MemberStream::MemberStream(CVeskaIndex& index, MemberSource source, Use use)
+    : index_(index), source_(std::move(source)), use_(use), path_(index.expansion.memberPath) {}
 
 uint64_t MemberStream::room() const {
-  const uint64_t member = roomBelow(index_.maxMemberBytes, bytes_);
-  const uint64_t all = roomBelow(index_.maxArchiveBytes, index_.expansion.bytes);
-  if (!stored_) return std::min(member, all);
-  return std::min({member, all, roomBelow(index_.maxMemberBytes, index_.expansion.storedBytes)});
+  const Expansion& expansion = index_.expansion;
+  uint64_t room = roomBelow(index_.maxArchiveBytes, expansion.bytes);
+  if (use_ != Use::kArchive) room = std::min(room, roomBelow(index_.maxMemberBytes, bytes_));
+  if (use_ == Use::kCopy)
+    room = std::min(room, roomBelow(index_.maxMemberBytes, expansion.storedBytes));
+  return room;
 }
 
 void MemberStream::reachLimit() {
   state_ = State::kLimited;
   Expansion& expansion = index_.expansion;
   if (roomBelow(index_.maxArchiveBytes, expansion.bytes) == 0) expansion.exhausted = true;
-  reportLimit(index_, expansion.memberPath);
+  reportLimit(index_, path_);
 }
 
 size_t MemberStream::read(char* to, size_t bytes) {
@@ -88,7 +90,7 @@ size_t MemberStream::read(char* to, size_t bytes) {
   const auto taken = static_cast<size_t>(std::min<uint64_t>(static_cast<uint64_t>(got), most));
   bytes_ += taken;
   index_.expansion.bytes += taken;
-  if (stored_) index_.expansion.storedBytes += taken;
+  if (use_ == Use::kCopy) index_.expansion.storedBytes += taken;
   if (taken < static_cast<uint64_t>(got)) reachLimit();
   return taken;
 }
@@ -136,7 +138,7 @@ MemberCopy::Result MemberCopy::copy(MemberStream& stream) {
 }
 
 MemberCopy::Result MemberCopy::fill(MemberSource source) {
-  MemberStream stream(index_, std::move(source), true);
+  MemberStream stream(index_, std::move(source), MemberStream::Use::kCopy);
   const Result result = copy(stream);
   const int reason = result == Result::kNotWritten ? errno : 0;
   bytes_ = stream.bytes();
@@ -209,6 +211,10 @@ bool CContainerAnalyzer::extract(const char* container, const char* member, cons
                                  MemberSource source) const {
   ContainerScope scope(*index, container);
   scope.beginMember(member);
+  return copyOut(tempPath, std::move(source));
+}
+
+bool CContainerAnalyzer::copyOut(const char* tempPath, MemberSource source) const {
   MemberCopy copy(*index, tempPath);
   if (!copy.isOpen() || copy.fill(std::move(source)) == MemberCopy::Result::kNotWritten)
     return false;

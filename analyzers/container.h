@@ -7,9 +7,9 @@
 // afterwards. Without a temporary directory such members are passed over.
 //
 // Limits (fields of CVeskaIndex, 0: none): maxNesting containers within the top one; maxMemberBytes
-// for each member, and for all copies that lie in the temporary directory at one time;
-// maxArchiveBytes for all members of a top file together. What is cut short there keeps the words
-// read so far, is counted in limitsReached and told as "LimitReached".
+// for each member that is a document, and for all copies that lie in the temporary directory at one
+// time; maxArchiveBytes for all members of a top file together. What is cut short there keeps the
+// words read so far, is counted in limitsReached and told as "LimitReached".
 
 #ifndef VESKA_ANALYZERS_CONTAINER_H_
 #define VESKA_ANALYZERS_CONTAINER_H_
@@ -55,9 +55,14 @@ using MemberSource = std::function<long(char* to, size_t bytes)>;
 class MemberStream {
  public:
   enum class State { kOpen, kEnded, kLimited, kDamaged };
+  enum class Use {
+    kDocument,
+    kArchive,  // read where it stands
+    kCopy,     // in the temporary directory
+  };
 
-  // stored: the bytes go into the temporary directory.
-  MemberStream(CVeskaIndex& index, MemberSource source, bool stored);
+  // The member is the one that was begun last.
+  MemberStream(CVeskaIndex& index, MemberSource source, Use use);
 
   // Result: bytes read; 0 when the state is no longer open.
   size_t read(char* to, size_t bytes);
@@ -71,7 +76,8 @@ class MemberStream {
 
   CVeskaIndex& index_;
   MemberSource source_;
-  bool stored_;
+  Use use_;
+  std::string path_;  // as people see it
   State state_ = State::kOpen;
   uint64_t bytes_ = 0;
 };
@@ -144,10 +150,12 @@ class CContainerAnalyzer : public CFileAnalyzer {
   // Path of the copy of a member, empty without a temporary directory.
   std::string copyPath(uint32_t recordId, std::string_view base) const;
 
-  // Copies a member to tempPath, a file that stays, for display. Result: false when it could not be
-  // written.
+  // Copies a member of a top file to tempPath, a file that stays, for display. Result: false when
+  // it could not be written.
   bool extract(const char* container, const char* member, const char* tempPath,
                MemberSource source) const;
+  // The same for the member begun last.
+  bool copyOut(const char* tempPath, MemberSource source) const;
 
   // Notes that the system refused to open a container, so that it is tried again.
   void openFailed(const ContainerScope& scope) const;

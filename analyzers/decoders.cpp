@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr uint64_t kMostMemory = uint64_t{256} << 20;
+constexpr uint64_t kMostMemory = uint64_t{100} << 20;  // of xz, whose presets need 65 MiB at most
 
 // The longest piece that all libraries can count.
 size_t piece(size_t bytes) { return std::min(bytes, size_t{1} << 30); }

@@ -146,7 +146,7 @@ bool CZipAnalyzer::indexMember(Archive& archive, ContainerScope& scope, unsigned
 }
 
 void CZipAnalyzer::indexInPlace(Archive& archive, const Member& member, const char* path) {
-  MemberStream stream(*index, archive.source(), false);
+  MemberStream stream(*index, archive.source(), MemberStream::Use::kDocument);
   indexBlocks([&stream](char* to, size_t bytes) { return stream.read(to, bytes); },
               *member.analyzer, path, member.id);
   if (!archive.closeMember() || stream.state() == MemberStream::State::kDamaged) {

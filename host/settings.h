@@ -27,7 +27,7 @@ struct Settings {
   int longestWord = 64;  // characters
   bool recordAllFiles = true;
   uint64_t fileBytes = uint64_t{64} << 20;     // read of one file at most
-  uint64_t memberBytes = uint64_t{256} << 20;  // of one archive member, expanded; 0: no limit
+  uint64_t memberBytes = uint64_t{240} << 20;  // of one archive member, expanded; 0: no limit
   uint64_t archiveBytes = uint64_t{1} << 30;   // of all members of one archive; 0: no limit
   int archiveLevels = 10;                      // archives within archives
   int converterSeconds = 60;                   // 0: no limit

@@ -18,6 +18,7 @@
 #include <ctime>
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -146,6 +147,11 @@ class VESKA_API CVeskaIndex {
   // Copies a member of an archive or mailbox into a temporary file. Result: its path, empty on any
   // failure.
   std::string extractToTempFile(const char* container, const char* member, unsigned long number);
+  // The same for a member deeper down: archives within archives are gone through where they stand,
+  // as far as that can be. records: of the members on the way down, at least one. levels: set to
+  // how many of them were gone down.
+  std::string extractNested(const char* container, std::span<const uint32_t> records,
+                            size_t* levels);
   // The character of an entity name (the text between "&" and ";"), a space when it is unknown.
   char htmlChar(const char* name) const;
 

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <span>
 #include <vector>
 
 #include "analyzers/analyzers.h"
@@ -60,6 +61,21 @@ std::string extensionOf(std::string_view member) {
   if (slash != std::string_view::npos) member.remove_prefix(slash + 1);
   const size_t dot = member.rfind('.');
   return std::string(dot == std::string_view::npos ? member : member.substr(dot + 1));
+}
+
+// Makes a file for the copy of a member. extract: fills the file of that path. Result: the path,
+// empty when that failed.
+template <typename Extract>
+std::string fillTempFile(const std::string& directory, std::string_view member,
+                         unsigned long number, Extract extract) {
+  if (directory.empty()) return {};
+  std::string path =
+      directory + "/tmp" + std::to_string(static_cast<int32_t>(number)) + "." + extensionOf(member);
+  if (path.size() > kMaxPathBytes) path.resize(kMaxPathBytes);
+  unlink(path.c_str());
+  if (extract(path.c_str())) return path;
+  unlink(path.c_str());
+  return {};
 }
 
 }  // namespace
@@ -123,13 +139,23 @@ void CVeskaIndex::addExternalAnalyzer(const std::string& name, const std::string
 
 std::string CVeskaIndex::extractToTempFile(const char* container, const char* member,
                                            unsigned long number) {
-  CFileAnalyzer* analyzer = includedAnalyzer(container);
-  if (!analyzer || temporaryDirectory.empty()) return {};
-  std::string path = temporaryDirectory + "/tmp" + std::to_string(static_cast<int32_t>(number)) +
-                     "." + extensionOf(member);
-  if (path.size() > kMaxPathBytes) path.resize(kMaxPathBytes);
-  unlink(path.c_str());
-  if (analyzer->extractToTempFile(container, member, path.c_str(), number)) return path;
-  unlink(path.c_str());
-  return {};
+  CFileAnalyzer* const analyzer = includedAnalyzer(container);
+  if (analyzer == nullptr) return {};
+  return fillTempFile(temporaryDirectory, member, number, [&](const char* path) {
+    return analyzer->extractToTempFile(container, member, path, number);
+  });
+}
+
+std::string CVeskaIndex::extractNested(const char* container, std::span<const uint32_t> records,
+                                       size_t* levels) {
+  std::vector<std::string> names;
+  for (const uint32_t id : records) names.emplace_back(files->getText(id));
+  auto* const archive = dynamic_cast<CArchiveAnalyzer*>(includedAnalyzer(container));
+  *levels = archive == nullptr ? 1 : archive->levelsInPlace(names);
+  const uint32_t last = records[*levels - 1];
+  if (*levels == 1) return extractToTempFile(container, names.front().c_str(), last);
+  names.resize(*levels);
+  return fillTempFile(temporaryDirectory, names.back(), last, [&](const char* path) {
+    return archive->extractNested(container, names, path);
+  });
 }

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 #include <optional>
+#include <span>
 #include <utility>
 
 #include "analyzers/fileanalyzer.h"
@@ -66,8 +67,10 @@ std::string CFileContents::displayName(const std::vector<uint32_t>& path) const 
 void CFileContents::readText(const std::vector<uint32_t>& path, uint32_t fileId, bool option) {
   filePath_ = std::string(recordName(path[0])) + "/" + recordName(path[1]);
   std::optional<FileRemover> extractedFile;
-  for (size_t i = 2; i < path.size(); ++i) {
-    std::string member = index_->extractToTempFile(filePath_.c_str(), recordName(path[i]), path[i]);
+  size_t levels = 0;
+  for (size_t i = 2; i < path.size(); i += levels) {
+    std::string member =
+        index_->extractNested(filePath_.c_str(), std::span(path).subspan(i), &levels);
     if (member.empty()) throwVeskaError("ArchiveExtractError", {});
     filePath_ = member;
     extractedFile.emplace(std::move(member));  // removes that of the level above

@@ -10,6 +10,7 @@
 #include <functional>
 
 #include "analyzers/archivereader.h"
+#include "storage/filecontents.h"
 #include "tests/analyzers/analyzertest.h"
 #include "tests/analyzers/documenttext.h"
 #include "tests/support/archives.h"
@@ -236,6 +237,24 @@ TEST_F(UnicodeArchives, LimitsCutWhatExpands) {
   EXPECT_TRUE(
       indexNew("c.tar", tarFile("1.txt", big + big) + tarFile("2.txt", "never") + tarEnd()));
   EXPECT_EQ(seenIn("never"), "c.tar//2.txt");
+}
+
+// Neither reading them nor showing their members takes a copy of what lies between.
+TEST_F(UnicodeArchives, WithinArchivesAreGoneThroughWhereTheyStand) {
+  index().maxMemberBytes = 5000;
+  const std::string tgz = gzipped(tarFile("b/deep.txt", "inner words\n") + tarEnd());
+  const std::string padding = std::string(4900, ' ');
+  const std::string tar = tarFile("1.txt", padding) + tarFile("2.txt", padding);
+  EXPECT_TRUE(indexNew("out.tar.xz", xzPacked(tar + tarFile("x.tgz", tgz) + tarEnd())));
+  const std::string deep = "out.tar.xz//out.tar//x.tgz//x.tar//b/deep.txt";
+  EXPECT_EQ(seenIn("inner"), deep);
+  CFileContents contents(&index(), record(deep), 1000, 80, true, 0);
+  EXPECT_STREQ(contents.contents(), "inner words\n");
+  EXPECT_THAT(problems(), IsEmpty());
+  // What a limit cuts is told of the archive that it cut.
+  index().maxArchiveBytes = 7000;
+  EXPECT_TRUE(indexNew("cut.tar.gz", gzipped(tar + tarEnd())));
+  EXPECT_THAT(problems(), ElementsAre("LimitReached cut.tar.gz/cut.tar"));
 }
 
 // A directory of a few kB could have the same bytes unpacked for hours, to no text at all.

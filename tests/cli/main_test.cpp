@@ -68,7 +68,7 @@ TEST_F(Main, ConfigTellsOfFilesBeforeTheyAreThere) {
             "roots       none\n"
             "text        of every script (Unicode)\n"
             "words       2 to 64 characters long\n"
-            "limits      64 MB of a file, 256 MB of an archive's member, 1024 MB of an archive\n"
+            "limits      64 MB of a file, 240 MB of an archive's member, 1024 MB of an archive\n"
             "            10 archives deep, 60 s for a converter\n"
             "unread      files that no reader reads are known by name\n" +
                 out({"config"}).substr(out({"config"}).find("patterns")));
