@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "fuzz/fuzzindex.h"
 
@@ -68,12 +69,22 @@ class FileFuzzer {
     CVeskaIndex& index = *owner_->get();
     int left = kShownMembers;
     for (unsigned long id = container; id != 0 && left != 0; id = index.files->getNext(id)) {
-      if (index.files->info(static_cast<uint32_t>(id)).parent != container) continue;
-      const std::string name = index.files->getText(id);
-      const std::string copy = index.extractToTempFile(path.c_str(), name.c_str(), id);
+      const std::vector<uint32_t> way = wayDown(container, static_cast<uint32_t>(id));
+      if (way.empty()) continue;
+      size_t levels = 0;
+      const std::string copy = index.extractNested(path.c_str(), way, &levels);
       if (!copy.empty()) std::filesystem::remove(copy);
       --left;
     }
+  }
+
+  // The records from one within the container down to this one.
+  std::vector<uint32_t> wayDown(uint32_t container, uint32_t id) const {
+    std::vector<uint32_t> way;
+    for (; id != container && id != 0; id = owner_->get()->files->info(id).parent) {
+      way.insert(way.begin(), id);
+    }
+    return id == container ? way : std::vector<uint32_t>();
   }
 
   const bool unicode_;
