@@ -53,8 +53,12 @@ int64_t numberOf(std::string_view block, Field field) {
   return value;
 }
 
-// The sum counts its own field as blanks. Old programs added signed bytes.
+// The sum counts its own field as blanks. Old programs added signed bytes. Other bytes in the field
+// than those of an octal number make no header: by chance a sum of signed bytes is small.
 bool sumIsRight(std::string_view block) {
+  constexpr std::string_view kOctal("01234567 \0", 10);
+  const std::string_view field = block.substr(kSum.offset, kSum.bytes);
+  if (field.find_first_not_of(kOctal) != npos) return false;
   int64_t plain = 0;
   int64_t withSign = 0;
   for (size_t i = 0; i < kHeaderBytes; ++i) {

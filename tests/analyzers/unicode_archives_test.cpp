@@ -158,6 +158,10 @@ TEST_F(UnicodeArchives, TarHeadersOfEveryDialectAreRead) {
   EXPECT_EQ(info("a.tar//pax/東.txt").size, 6U);
   EXPECT_EQ(extracted("a.tar", longName), "two");
   EXPECT_THAT(problems(), IsEmpty());
+  // No header, though the sum of its signed bytes is the number in front of the letters.
+  std::string chance = std::string(148, '\xFF') + "2 chance" + std::string(106, '\xFF');
+  chance.resize(512);
+  EXPECT_FALSE(isTar(chance));
 }
 
 TEST_F(UnicodeArchives, DamagedTarKeepsWhatCameBefore) {
