@@ -178,10 +178,14 @@ bool CArchiveAnalyzer::extractFrom(ByteInput& input, std::string_view name, Cont
     scope.beginMember(wanted);
     if (members.size() == 1) return copyOut(tempPath, sourceOf(*reader));
     CArchiveAnalyzer* const archive = streamedArchive(wanted);
+    const std::string path = index->expansion.memberPath;
     MemberInput member(*index, *reader, format_, MemberStream::Use::kArchive);
-    ContainerScope inner(*index, wanted.c_str());
-    return archive != nullptr && !inner.tooDeep() &&
-           archive->extractFrom(member, wanted, inner, members.subspan(1), tempPath);
+    ContainerScope inner(*index, path.c_str());
+    const bool extracted =
+        archive != nullptr && !inner.tooDeep() &&
+        archive->extractFrom(member, wanted, inner, members.subspan(1), tempPath);
+    if (member.isDamaged()) reportProblem("MemberFailed", path);
+    return extracted;
   }
   return false;
 }

@@ -63,6 +63,14 @@ std::string extensionOf(std::string_view member) {
   return std::string(dot == std::string_view::npos ? member : member.substr(dot + 1));
 }
 
+// The analyzer that a container is read by, if that is one of archives; else null. analyzer: the
+// one that its name selects, which may leave it to the first bytes.
+CArchiveAnalyzer* archiveAnalyzer(CFileAnalyzer* analyzer, const char* path) {
+  if (const auto* const text = dynamic_cast<CTextAnalyzer*>(analyzer))
+    analyzer = text->containerAnalyzer(path);
+  return dynamic_cast<CArchiveAnalyzer*>(analyzer);
+}
+
 // Makes a file for the copy of a member. extract: fills the file of that path. Result: the path,
 // empty when that failed.
 template <typename Extract>
@@ -150,7 +158,7 @@ std::string CVeskaIndex::extractNested(const char* container, std::span<const ui
                                        size_t* levels) {
   std::vector<std::string> names;
   for (const uint32_t id : records) names.emplace_back(files->getText(id));
-  auto* const archive = dynamic_cast<CArchiveAnalyzer*>(includedAnalyzer(container));
+  CArchiveAnalyzer* const archive = archiveAnalyzer(includedAnalyzer(container), container);
   *levels = archive == nullptr ? 1 : archive->levelsInPlace(names);
   const uint32_t last = records[*levels - 1];
   if (*levels == 1) return extractToTempFile(container, names.front().c_str(), last);

@@ -127,7 +127,6 @@ bool CTextAnalyzer::indexFile(const char* path, unsigned long parentId) {
   return true;
 }
 
-// Null for a document that holds no others, and for the kinds that are told by patterns.
 CFileAnalyzer* CTextAnalyzer::containerAnalyzer(PeekedInput& input, std::string_view name) const {
   if (kind_.name != "generic") return nullptr;
   const Kind* const kind = kindOfDocument(kind_, input.head(), name);
@@ -135,12 +134,16 @@ CFileAnalyzer* CTextAnalyzer::containerAnalyzer(PeekedInput& input, std::string_
   return dynamic_cast<CContainerAnalyzer*>(index->analyzerNamed(std::string(kind->name)));
 }
 
+CFileAnalyzer* CTextAnalyzer::containerAnalyzer(const char* path) const {
+  FileInput file(path);
+  if (!file.isOpen()) return nullptr;
+  PeekedInput peeked(file);
+  return containerAnalyzer(peeked, path);
+}
+
 bool CTextAnalyzer::extractToTempFile(const char* container, const char* member,
                                       const char* tempPath, unsigned long id) {
-  FileInput file(container);
-  if (!file.isOpen()) return false;
-  PeekedInput peeked(file);
-  CFileAnalyzer* const analyzer = containerAnalyzer(peeked, container);
+  CFileAnalyzer* const analyzer = containerAnalyzer(container);
   return analyzer != nullptr && analyzer->extractToTempFile(container, member, tempPath, id);
 }
 

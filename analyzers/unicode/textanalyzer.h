@@ -21,6 +21,10 @@ class CTextAnalyzer : public CFileAnalyzer {
   bool extractToTempFile(const char* container, const char* member, const char* tempPath,
                          unsigned long id) override;
 
+  // The analyzer that a container is handed to. Null for a document that holds no others, for the
+  // kinds that are told by patterns, and when the file cannot be read.
+  CFileAnalyzer* containerAnalyzer(const char* path) const;
+
   // option: without mark-up. Without it, HTML and XML are shown as they stand.
   char* fillDisplayBuffer(const char* path, unsigned long fileId, unsigned long maxBytes,
                           int lineWidth, bool option) override;

@@ -261,6 +261,34 @@ TEST_F(UnicodeArchives, WithinArchivesAreGoneThroughWhereTheyStand) {
   EXPECT_THAT(problems(), ElementsAre("LimitReached cut.tar.gz/cut.tar"));
 }
 
+TEST_F(UnicodeArchives, ArchivesThatTheirBytesTellAreGoneThroughLikewise) {
+  include({{"*.tar", "tar"}, {"*.gz", "gzip"}, {"*.tgz", "gzip"}, {"*", "generic"}});
+  index().maxMemberBytes = 5000;
+  const std::string padding = std::string(4900, ' ');
+  const std::string tar = tarFile("1.txt", padding) + tarFile("2.txt", padding);
+  EXPECT_TRUE(indexNew("out.tar.xz", xzPacked(tar + tarFile("3.txt", "found\n") + tarEnd())));
+  EXPECT_EQ(seenIn("found"), "out.tar.xz//out.tar//3.txt");
+  CFileContents contents(&index(), record("out.tar.xz//out.tar//3.txt"), 1000, 80, true, 0);
+  EXPECT_STREQ(contents.contents(), "found\n");
+  EXPECT_THAT(problems(), IsEmpty());
+}
+
+// What is left of it is shown.
+TEST_F(UnicodeArchives, DamageAroundAMemberIsToldWhenItIsShown) {
+  std::string noise;
+  for (unsigned i = 0; i < 60'000; ++i) noise += static_cast<char>('a' + (i * i >> 5) % 26);
+  const std::string inner = gzipped(tarFile("n.txt", noise) + tarEnd());
+  const std::string outer = gzipped(tarFile("x.tgz", inner) + tarEnd());
+  EXPECT_TRUE(indexNew("cut.tgz", outer.substr(0, outer.size() / 2)));
+  const std::string layers[] = {"MemberFailed cut.tgz/cut.tar/x.tgz/x.tar",
+                                "MemberFailed cut.tgz/cut.tar"};
+  EXPECT_THAT(problems(), ElementsAre(layers[0], layers[1]));
+  const uint32_t member = record("cut.tgz//cut.tar//x.tgz//x.tar//n.txt");
+  CFileContents contents(&index(), member, 100'000, 80, true, 0);
+  EXPECT_STRNE(contents.contents(), "");
+  EXPECT_THAT(problems(), ElementsAre(layers[0], layers[1], layers[0], layers[1]));
+}
+
 // A directory of a few kB could have the same bytes unpacked for hours, to no text at all.
 TEST_F(UnicodeArchives, MembersThatShareTheirBytesAreReadSomeTimesOnly) {
   std::vector<ZipMember> members = {{"100", "shared " + std::string(20'000, ' '), false}};
