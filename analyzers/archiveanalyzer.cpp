@@ -23,41 +23,29 @@ MemberSource sourceOf(ArchiveReader& reader) {
 // The member that a reader stands at, read where it stands.
 class MemberInput : public ByteInput {
  public:
-  // format: of the archive. What stands in an archive as it is concerns no limit on what expands.
+  // format: of the archive.
   MemberInput(CVeskaIndex& index, ArchiveReader& reader, const ArchiveFormat& format,
               MemberStream::Use use)
-      : reader_(reader), expands_(format.expands), limited_(index, sourceOf(reader), use) {}
+      : stream_(index, sourceOf(reader), use, format.expands) {}
 
   size_t read(char* to, size_t bytes) override {
     size_t done = 0;
     while (done < bytes) {
-      const size_t got = expands_ ? limited_.read(to + done, bytes - done)
-                                  : readUnlimited(to + done, bytes - done);
+      const size_t got = stream_.read(to + done, bytes - done);
       if (got == 0) break;
       done += got;
     }
-    bytesRead_ += done;
     return done;
   }
 
   bool failed() const override {
-    return isDamaged() || limited_.state() == MemberStream::State::kLimited;
+    return isDamaged() || stream_.state() == MemberStream::State::kLimited;
   }
-  bool isDamaged() const { return damaged_ || limited_.state() == MemberStream::State::kDamaged; }
-  uint64_t bytesRead() const { return bytesRead_; }
+  bool isDamaged() const { return stream_.state() == MemberStream::State::kDamaged; }
+  uint64_t bytesRead() const { return stream_.bytes(); }
 
  private:
-  size_t readUnlimited(char* to, size_t bytes) {
-    const long got = reader_.read(to, bytes);
-    damaged_ = damaged_ || got < 0;
-    return static_cast<size_t>(std::max(got, 0L));
-  }
-
-  ArchiveReader& reader_;
-  const bool expands_;
-  MemberStream limited_;
-  bool damaged_ = false;
-  uint64_t bytesRead_ = 0;
+  MemberStream stream_;
 };
 
 }  // namespace
@@ -144,7 +132,9 @@ uint64_t CArchiveAnalyzer::indexInPlace(ArchiveReader& reader, const Member& mem
 uint64_t CArchiveAnalyzer::indexCopy(ArchiveReader& reader, const Member& member,
                                      const std::string& name) {
   MemberCopy copy(*index, copyPath(member.id, baseName(name)));
-  if (!copy.isOpen() || copy.fill(sourceOf(reader)) == MemberCopy::Result::kNotWritten) return 0;
+  if (!copy.isOpen() ||
+      copy.fill(sourceOf(reader), format_.expands) == MemberCopy::Result::kNotWritten)
+    return 0;
   member.analyzer->indexFile(copy.path().c_str(), member.id);
   return copy.bytes();
 }
@@ -165,25 +155,25 @@ bool CArchiveAnalyzer::extractNested(const char* container, std::span<const std:
                                      const char* tempPath) {
   ContainerScope scope(*index, container);
   FileInput file(container);
-  return file.isOpen() && extractFrom(file, container, scope, members, tempPath) && !file.failed();
+  return file.isOpen() && extractFrom(file, scope, "", members, tempPath) && !file.failed();
 }
 
-bool CArchiveAnalyzer::extractFrom(ByteInput& input, std::string_view name, ContainerScope& scope,
+// way: down to this archive, each name with a "/" behind it.
+bool CArchiveAnalyzer::extractFrom(ByteInput& input, ContainerScope& scope, const std::string& way,
                                    std::span<const std::string> members, const char* tempPath) {
-  const std::unique_ptr<ArchiveReader> reader = format_.open(input, name);
+  const std::unique_ptr<ArchiveReader> reader = format_.open(input, {});
   const std::string& wanted = members.front();
   while (reader->next()) {
     if (!format_.isSingle && reader->member().name != wanted) continue;
     if (reader->open() != ArchiveReader::Opened::kYes) return false;
-    scope.beginMember(wanted);
-    if (members.size() == 1) return copyOut(tempPath, sourceOf(*reader));
+    scope.beginMember(way + wanted);
+    if (members.size() == 1) return copyOut(tempPath, sourceOf(*reader), format_.expands);
     CArchiveAnalyzer* const archive = streamedArchive(wanted);
+    if (archive == nullptr) return false;
     const std::string path = index->expansion.memberPath;
     MemberInput member(*index, *reader, format_, MemberStream::Use::kArchive);
-    ContainerScope inner(*index, path.c_str());
     const bool extracted =
-        archive != nullptr && !inner.tooDeep() &&
-        archive->extractFrom(member, wanted, inner, members.subspan(1), tempPath);
+        archive->extractFrom(member, scope, way + wanted + '/', members.subspan(1), tempPath);
     if (member.isDamaged()) reportProblem("MemberFailed", path);
     return extracted;
   }

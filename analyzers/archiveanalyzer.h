@@ -25,8 +25,8 @@ class CArchiveAnalyzer : public CContainerAnalyzer {
                          unsigned long id) override;
 
   // How many of these members, each within the one before it and the first within this archive, are
-  // reached in one go: 1, and one more for each archive among them that can be read where it
-  // stands.
+  // reached in one go: 1, and one more for each of the leading ones that is an archive to be read
+  // where it stands.
   size_t levelsInPlace(std::span<const std::string> members) const;
   // As extractToTempFile, for the last of that many members.
   bool extractNested(const char* container, std::span<const std::string> members,
@@ -47,7 +47,7 @@ class CArchiveAnalyzer : public CContainerAnalyzer {
   uint64_t indexInPlace(ArchiveReader& reader, const Member& member, const std::string& name,
                         int64_t time);
   uint64_t indexCopy(ArchiveReader& reader, const Member& member, const std::string& name);
-  bool extractFrom(veska::unicode::ByteInput& input, std::string_view name, ContainerScope& scope,
+  bool extractFrom(veska::unicode::ByteInput& input, ContainerScope& scope, const std::string& way,
                    std::span<const std::string> members, const char* tempPath);
   // The analyzer of a member, if that is an archive to be read where it stands; else null.
   static CArchiveAnalyzer* streamedArchive(CFileAnalyzer* analyzer);

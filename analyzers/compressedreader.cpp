@@ -23,16 +23,18 @@ constexpr Extension kExtensions[] = {
     {".txz", ".tar"}, {".tbz", ".tar"}, {".tbz2", ".tar"}, {".tzst", ".tar"},
 };
 
-// What a file of that name holds is called. A name without an extension of these stays as it is.
+// What a file of that name holds is called. A name without an extension of these stays as it is;
+// one that is nothing else is not its own member for ever.
 std::string unpackedName(std::string_view path) {
   const std::string_view base = path.substr(path.find_last_of("/\\") + 1);
   const size_t dot = base.rfind('.');
-  if (dot == base.npos || dot == 0) return std::string(base);
+  if (dot == base.npos) return std::string(base);
   std::string extension(base.substr(dot));
   for (char& c : extension)
     if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 0x20);
   for (const Extension& known : kExtensions)
-    if (known.packed == extension) return std::string(base.substr(0, dot)).append(known.unpacked);
+    if (known.packed == extension)
+      return std::string(dot == 0 ? "data" : base.substr(0, dot)).append(known.unpacked);
   return std::string(base);
 }
 

@@ -58,15 +58,23 @@ void ContainerScope::report(const char* key, int systemError) const {
 
 // ---- MemberStream
 
-MemberStream::MemberStream(CVeskaIndex& index, MemberSource source, Use use)
-    : index_(index), source_(std::move(source)), use_(use), path_(index.expansion.memberPath) {}
+MemberStream::MemberStream(CVeskaIndex& index, MemberSource source, Use use, bool expands)
+    : index_(index),
+      source_(std::move(source)),
+      use_(use),
+      expands_(expands),
+      path_(index.expansion.memberPath) {}
 
 uint64_t MemberStream::room() const {
   const Expansion& expansion = index_.expansion;
-  uint64_t room = roomBelow(index_.maxArchiveBytes, expansion.bytes);
-  if (use_ != Use::kArchive) room = std::min(room, roomBelow(index_.maxMemberBytes, bytes_));
-  if (use_ == Use::kCopy)
-    room = std::min(room, roomBelow(index_.maxMemberBytes, expansion.storedBytes));
+  uint64_t room = std::numeric_limits<uint64_t>::max();
+  const auto limit = [&room](uint64_t most, uint64_t taken) {
+    room = std::min(room, roomBelow(most, taken));
+  };
+  if (expands_) limit(index_.maxArchiveBytes, expansion.bytes);
+  if (use_ == Use::kCopy || (use_ == Use::kDocument && expands_))
+    limit(index_.maxMemberBytes, bytes_);
+  if (use_ == Use::kCopy) limit(index_.maxMemberBytes, expansion.storedBytes);
   return room;
 }
 
@@ -89,7 +97,7 @@ size_t MemberStream::read(char* to, size_t bytes) {
   }
   const auto taken = static_cast<size_t>(std::min<uint64_t>(static_cast<uint64_t>(got), most));
   bytes_ += taken;
-  index_.expansion.bytes += taken;
+  if (expands_) index_.expansion.bytes += taken;
   if (use_ == Use::kCopy) index_.expansion.storedBytes += taken;
   if (taken < static_cast<uint64_t>(got)) reachLimit();
   return taken;
@@ -137,8 +145,8 @@ MemberCopy::Result MemberCopy::copy(MemberStream& stream) {
   }
 }
 
-MemberCopy::Result MemberCopy::fill(MemberSource source) {
-  MemberStream stream(index_, std::move(source), MemberStream::Use::kCopy);
+MemberCopy::Result MemberCopy::fill(MemberSource source, bool expands) {
+  MemberStream stream(index_, std::move(source), MemberStream::Use::kCopy, expands);
   const Result result = copy(stream);
   const int reason = result == Result::kNotWritten ? errno : 0;
   bytes_ = stream.bytes();
@@ -214,9 +222,9 @@ bool CContainerAnalyzer::extract(const char* container, const char* member, cons
   return copyOut(tempPath, std::move(source));
 }
 
-bool CContainerAnalyzer::copyOut(const char* tempPath, MemberSource source) const {
+bool CContainerAnalyzer::copyOut(const char* tempPath, MemberSource source, bool expands) const {
   MemberCopy copy(*index, tempPath);
-  if (!copy.isOpen() || copy.fill(std::move(source)) == MemberCopy::Result::kNotWritten)
+  if (!copy.isOpen() || copy.fill(std::move(source), expands) == MemberCopy::Result::kNotWritten)
     return false;
   copy.keep();
   return true;

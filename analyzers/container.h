@@ -56,13 +56,14 @@ class MemberStream {
  public:
   enum class State { kOpen, kEnded, kLimited, kDamaged };
   enum class Use {
-    kDocument,
-    kArchive,  // read where it stands
-    kCopy,     // in the temporary directory
+    kDocument,  // read where it stands
+    kArchive,   // read where it stands, its members being what counts
+    kCopy,      // into the temporary directory
   };
 
-  // The member is the one that was begun last.
-  MemberStream(CVeskaIndex& index, MemberSource source, Use use);
+  // The member is the one that was begun last. expands: it is packed; of one that stands in its
+  // archive as it is only a copy is limited.
+  MemberStream(CVeskaIndex& index, MemberSource source, Use use, bool expands = true);
 
   // Result: bytes read; 0 when the state is no longer open.
   size_t read(char* to, size_t bytes);
@@ -77,6 +78,7 @@ class MemberStream {
   CVeskaIndex& index_;
   MemberSource source_;
   Use use_;
+  bool expands_;
   std::string path_;  // as people see it
   State state_ = State::kOpen;
   uint64_t bytes_ = 0;
@@ -95,8 +97,9 @@ class MemberCopy {
   const std::string& path() const { return file_.path(); }
   uint64_t bytes() const { return bytes_; }
 
-  // Copies the member, and closes the file. Whatever kept it from being whole is reported.
-  Result fill(MemberSource source);
+  // Copies the member, and closes the file. Whatever kept it from being whole is reported. expands:
+  // as for MemberStream.
+  Result fill(MemberSource source, bool expands = true);
 
   // Leaves the file behind when the object goes. REQUIRES: filled.
   void keep();
@@ -154,8 +157,8 @@ class CContainerAnalyzer : public CFileAnalyzer {
   // it could not be written.
   bool extract(const char* container, const char* member, const char* tempPath,
                MemberSource source) const;
-  // The same for the member begun last.
-  bool copyOut(const char* tempPath, MemberSource source) const;
+  // The same for the member begun last. expands: as for MemberStream.
+  bool copyOut(const char* tempPath, MemberSource source, bool expands = true) const;
 
   // Notes that the system refused to open a container, so that it is tried again.
   void openFailed(const ContainerScope& scope) const;

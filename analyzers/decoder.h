@@ -15,11 +15,12 @@ class Decoder {
   virtual ~Decoder() = default;
 
   // Begins a stream; a file may hold several. Result: false when the library is missing. Errors:
-  // std::bad_alloc, as of decode.
+  // std::bad_alloc.
   virtual bool begin() = 0;
 
   // Decodes. in: moved past what was taken. to, bytes: room for what comes out. written: set to its
-  // length. Result: kEnded at the end of the stream.
+  // length. Result: kEnded at the end of the stream; kDamaged also when it needs more memory than
+  // decoders may have. Errors: std::bad_alloc.
   virtual State decode(std::string_view& in, char* to, size_t bytes, size_t* written) = 0;
 };
 

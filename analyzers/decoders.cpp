@@ -5,6 +5,7 @@
 #include <zstd_errors.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <new>
 
@@ -13,8 +14,6 @@
 #include "analyzers/zlibmemory.h"
 
 namespace {
-
-constexpr uint64_t kMostMemory = uint64_t{100} << 20;  // of xz, whose presets need 65 MiB at most
 
 // The longest piece that all libraries can count.
 size_t piece(size_t bytes) { return std::min(bytes, size_t{1} << 30); }
@@ -56,20 +55,45 @@ class GzipDecoder : public Decoder {
   bool begun_ = false;
 };
 
-// These libraries, too, tell a lack of memory by a result like any other, and a sound file would
-// pass for a damaged one. Result: what was given. Errors: std::bad_alloc when it is the one that
-// tells it.
+// As memoryChecked, for libraries whose result for a lack of memory is that one.
 template <typename Result>
-Result lackChecked(Result result, Result lack) {
+Result checkedFor(Result lack, Result result) {
   if (result == lack) throw std::bad_alloc();
   return result;
 }
+
+// What a decoder holds of the memory that those open at one time may have together: files packed
+// many times over open one for each layer. There is room for the largest window that "zstd" takes
+// without being told to, 128 MiB; "xz -9" needs 65 MiB.
+class MemoryShare {
+ public:
+  MemoryShare() = default;
+  ~MemoryShare() { hold(0); }
+  MemoryShare(const MemoryShare&) = delete;
+  MemoryShare& operator=(const MemoryShare&) = delete;
+
+  // Bytes that the others leave, at least 1.
+  uint64_t room() const {
+    const uint64_t others = heldByAll_ - held_;
+    return others < kMost ? kMost - others : 1;
+  }
+  void hold(uint64_t bytes) {
+    heldByAll_ += bytes - held_;
+    held_ = bytes;
+  }
+
+ private:
+  static constexpr uint64_t kMost = uint64_t{140} << 20;
+  static inline thread_local uint64_t heldByAll_ = 0;
+  uint64_t held_ = 0;
+};
 
 // ---- xz
 
 struct Lzma {
   decltype(&::lzma_stream_decoder) decoder = nullptr;
   decltype(&::lzma_code) code = nullptr;
+  decltype(&::lzma_memusage) memory = nullptr;
   decltype(&::lzma_end) end = nullptr;
   bool complete = false;
 };
@@ -81,6 +105,7 @@ const Lzma* lzma() {
     LazyLibrary library("liblzma.so.5");
     library.find(functions.decoder, "lzma_stream_decoder");
     library.find(functions.code, "lzma_code");
+    library.find(functions.memory, "lzma_memusage");
     library.find(functions.end, "lzma_end");
     functions.complete = library.isComplete();
     return functions;
@@ -97,7 +122,7 @@ class XzDecoder : public Decoder {
   bool begin() override {
     library_ = lzma();
     return library_ != nullptr &&
-           lackChecked(library_->decoder(&stream_, kMostMemory, 0), LZMA_MEM_ERROR) == LZMA_OK;
+           checkedFor(LZMA_MEM_ERROR, library_->decoder(&stream_, share_.room(), 0)) == LZMA_OK;
   }
 
   State decode(std::string_view& in, char* to, size_t bytes, size_t* written) override {
@@ -105,7 +130,8 @@ class XzDecoder : public Decoder {
     stream_.avail_in = in.size();
     stream_.next_out = reinterpret_cast<uint8_t*>(to);
     stream_.avail_out = bytes;
-    const lzma_ret result = lackChecked(library_->code(&stream_, LZMA_RUN), LZMA_MEM_ERROR);
+    const lzma_ret result = checkedFor(LZMA_MEM_ERROR, library_->code(&stream_, LZMA_RUN));
+    share_.hold(library_->memory(&stream_));
     in.remove_prefix(in.size() - stream_.avail_in);
     *written = bytes - stream_.avail_out;
     if (result == LZMA_STREAM_END) return State::kEnded;
@@ -115,6 +141,7 @@ class XzDecoder : public Decoder {
  private:
   const Lzma* library_ = nullptr;
   lzma_stream stream_ = LZMA_STREAM_INIT;
+  MemoryShare share_;
 };
 
 // ---- bzip2
@@ -149,7 +176,7 @@ class Bzip2Decoder : public Decoder {
     stream_ = {};
     library_ = bzip2();
     begun_ =
-        library_ != nullptr && lackChecked(library_->init(&stream_, 0, 0), BZ_MEM_ERROR) == BZ_OK;
+        library_ != nullptr && checkedFor(BZ_MEM_ERROR, library_->init(&stream_, 0, 0)) == BZ_OK;
     return begun_;
   }
 
@@ -158,7 +185,7 @@ class Bzip2Decoder : public Decoder {
     stream_.avail_in = static_cast<unsigned>(piece(in.size()));
     stream_.next_out = to;
     stream_.avail_out = static_cast<unsigned>(piece(bytes));
-    const int result = lackChecked(library_->decompress(&stream_), BZ_MEM_ERROR);
+    const int result = checkedFor(BZ_MEM_ERROR, library_->decompress(&stream_));
     in.remove_prefix(piece(in.size()) - stream_.avail_in);
     *written = piece(bytes) - stream_.avail_out;
     if (result == BZ_STREAM_END) return State::kEnded;
@@ -183,6 +210,8 @@ struct Zstd {
   decltype(&::ZSTD_freeDStream) free = nullptr;
   decltype(&::ZSTD_initDStream) init = nullptr;
   decltype(&::ZSTD_decompressStream) decompress = nullptr;
+  decltype(&::ZSTD_DCtx_setParameter) setParameter = nullptr;
+  decltype(&::ZSTD_sizeof_DStream) memory = nullptr;
   decltype(&::ZSTD_getErrorCode) errorCode = nullptr;
   bool complete = false;
 };
@@ -196,6 +225,8 @@ const Zstd* zstd() {
     library.find(functions.free, "ZSTD_freeDStream");
     library.find(functions.init, "ZSTD_initDStream");
     library.find(functions.decompress, "ZSTD_decompressStream");
+    library.find(functions.setParameter, "ZSTD_DCtx_setParameter");
+    library.find(functions.memory, "ZSTD_sizeof_DStream");
     library.find(functions.errorCode, "ZSTD_getErrorCode");
     functions.complete = library.isComplete();
     return functions;
@@ -213,9 +244,10 @@ class ZstdDecoder : public Decoder {
     library_ = zstd();
     if (library_ == nullptr) return false;
     if (stream_ == nullptr) {
-      stream_ = lackChecked(library_->create(), static_cast<ZSTD_DStream*>(nullptr));
+      stream_ = checkedFor(static_cast<ZSTD_DStream*>(nullptr), library_->create());
     }
-    return checked(library_->init(stream_)) == ZSTD_error_no_error;
+    return isSound(library_->init(stream_)) &&
+           isSound(library_->setParameter(stream_, ZSTD_d_windowLogMax, mostWindowBits()));
   }
 
   State decode(std::string_view& in, char* to, size_t bytes, size_t* written) override {
@@ -224,17 +256,26 @@ class ZstdDecoder : public Decoder {
     const size_t result = library_->decompress(stream_, &output, &input);
     in.remove_prefix(input.pos);
     *written = output.pos;
-    if (checked(result) != ZSTD_error_no_error) return State::kDamaged;
+    share_.hold(library_->memory(stream_));
+    if (!isSound(result)) return State::kDamaged;
     return result == 0 ? State::kEnded : State::kGoesOn;
   }
 
  private:
-  ZSTD_ErrorCode checked(size_t result) const {
-    return lackChecked(library_->errorCode(result), ZSTD_error_memory_allocation);
+  bool isSound(size_t result) const {
+    const ZSTD_ErrorCode code = library_->errorCode(result);
+    return checkedFor(ZSTD_error_memory_allocation, code) == ZSTD_error_no_error;
+  }
+
+  int mostWindowBits() const {
+    constexpr int kLeast = 10;
+    constexpr int kMost = 27;
+    return std::clamp(63 - std::countl_zero(share_.room()), kLeast, kMost);
   }
 
   const Zstd* library_ = nullptr;
   ZSTD_DStream* stream_ = nullptr;
+  MemoryShare share_;
 };
 
 }  // namespace

@@ -189,6 +189,7 @@ VESKA_API void vidxKeepTree(CVeskaIndex* index, const char* path);
  * to the problem callback ("LimitReached") and counted.
  * Nesting: archives within archives, 0 to 100 (default 100). MemberBytes, ArchiveBytes: bytes that
  * one member, or all members of one top file at any depth, may expand to; 0 for no limit (default).
+ * In Unicode mode an archive that is read where it stands, within another, counts for all only.
  * ConverterSeconds: time that one converter may run; 0 for no limit (default). */
 VESKA_API void vidxSetMaxNesting(CVeskaIndex* index, int levels);
 VESKA_API void vidxSetMaxMemberBytes(CVeskaIndex* index, unsigned long bytes);

@@ -257,10 +257,10 @@ std::vector<std::string> SearchCommand::remarks(const Query& query,
                     unshown_ == 1 ? "1 file" : std::to_string(unshown_) + " files"));
   }
   if (result.unreadable > 0) {
-    lines.push_back(
-        fmt::format("{} files could not be read and were left out; after changes run: "
-                    "veska update",
-                    result.unreadable));
+    lines.push_back(fmt::format("{} left out; after changes run: veska update",
+                                result.unreadable == 1 ? "1 file could not be read and was"
+                                                       : std::to_string(result.unreadable) +
+                                                             " files could not be read and were"));
   }
   if (result.boundReached) {
     lines.push_back(

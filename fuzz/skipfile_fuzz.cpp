@@ -1,4 +1,5 @@
-// The file of skip words, also with many times its bytes, so that words and chunks meet.
+// The file of skip words. One first byte of 16 has its bytes repeated until they fill more than one
+// of the reader's blocks, so that words lie across.
 
 #include <fstream>
 
@@ -8,7 +9,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static veska::fuzz::FuzzIndex index;
   const std::string file = index.get()->configurationDirectory() + "skipfile.txt";
   vidxSetSkipFilePath(index.get(), file.c_str());
-  const size_t times = size != 0 && data[0] % 16 == 8 ? 70000 / size : 1;
+  constexpr size_t kMoreThanABlock = 70000;
+  const size_t times = size != 0 && data[0] % 16 == 8 ? kMoreThanABlock / size : 1;
   {
     std::ofstream out(file, std::ios::binary);
     for (size_t i = 0; i < times; ++i) {

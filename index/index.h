@@ -148,8 +148,8 @@ class VESKA_API CVeskaIndex {
   // failure.
   std::string extractToTempFile(const char* container, const char* member, unsigned long number);
   // The same for a member deeper down: archives within archives are gone through where they stand,
-  // as far as that can be. records: of the members on the way down, at least one. levels: set to
-  // how many of them were gone down.
+  // as far as they can be read there. records: of the members on the way down. levels: set to the
+  // number of that record, from 1, whose copy was made. REQUIRES: at least one record.
   std::string extractNested(const char* container, std::span<const uint32_t> records,
                             size_t* levels);
   // The character of an entity name (the text between "&" and ";"), a space when it is unknown.

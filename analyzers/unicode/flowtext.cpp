@@ -1,3 +1,6 @@
+// Most of a text is words with single spaces between them, so 16 bytes are looked at together, and
+// one by one only where a run may end.
+
 #include "analyzers/unicode/flowtext.h"
 
 #include <bit>
@@ -18,8 +21,8 @@ bool endsRun(std::string_view text, size_t at) {
 #ifdef __SSE2__
 constexpr size_t kStep = sizeof(__m128i);
 
-// Bit i tells that the run may end at byte i: control characters count as blanks here. at: one byte
-// more than kStep must follow.
+// Bit i tells that the run may end at byte i: control characters count as blanks here. REQUIRES:
+// kStep + 1 bytes stand there.
 unsigned mayEndRun(const char* at) {
   const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
   const __m128i space = _mm_set1_epi8(' ');

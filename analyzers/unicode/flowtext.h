@@ -19,8 +19,9 @@ inline constexpr std::array<bool, 256> kFlowBlanks = [] {
 }();
 inline bool isFlowBlank(char c) { return kFlowBlanks[static_cast<unsigned char>(c)]; }
 
-// Where a run of words with single spaces between them ends that a place lies in. Result: place of
-// the blank behind it, or the text's size.
+// Words with single spaces between them are passed on as they stand: where does such a run end that
+// begins at a place? Result: the place of the blank behind it, or the text's size. REQUIRES:
+// at <= text.size().
 size_t flowRunEnd(std::string_view text, size_t at);
 
 // Collects the text and passes it on in large pieces. Results: false when the sink wants no more.

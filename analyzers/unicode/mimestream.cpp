@@ -30,6 +30,19 @@ int hexValue(char c) {
   return -1;
 }
 
+enum class BoundaryLine { kNone, kOpens, kCloses };
+
+// (RFC 2046, section 5.1.1.) Blanks may follow a boundary, but nothing else.
+BoundaryLine boundaryLine(std::string_view line, std::string_view boundary) {
+  if (!line.starts_with("--")) return BoundaryLine::kNone;
+  std::string_view text = line.substr(2);
+  text = text.substr(0, text.find_last_not_of(" \t\r\n") + 1);
+  if (!text.starts_with(boundary)) return BoundaryLine::kNone;
+  text.remove_prefix(boundary.size());
+  if (text.empty()) return BoundaryLine::kOpens;
+  return text == "--" ? BoundaryLine::kCloses : BoundaryLine::kNone;
+}
+
 }  // namespace
 
 // ---- MimeStream
@@ -61,23 +74,26 @@ void MimeStream::skipPart() {
 bool MimeStream::lacks(std::string_view boundary) {
   if (window_.rest().size() < kBufferBytes / 2 && !window_.isFull()) window_.fill();
   if (!window_.ended()) return false;
-  const std::string line = std::string("\n--").append(boundary);
-  const bool first = lineStart_ && window_.rest().starts_with(std::string_view(line).substr(1));
-  return !first && window_.rest().find(line) == std::string_view::npos;
+  const std::string_view rest = window_.rest();
+  const auto beginsPart = [&](size_t at) {
+    return boundaryLine(rest.substr(at, rest.find('\n', at) - at), boundary) ==
+           BoundaryLine::kOpens;
+  };
+  if (lineStart_ && beginsPart(0)) return false;
+  const std::string mark = std::string("\n--").append(boundary);
+  for (size_t at = rest.find(mark); at != std::string_view::npos; at = rest.find(mark, at + 1)) {
+    if (beginsPart(at + 1)) return false;
+  }
+  return true;
 }
 
-// (RFC 2046, section 5.1.1.) Blanks may follow a boundary, but nothing else.
 bool MimeStream::atBoundary(std::string_view line) {
-  if (boundaries_.empty() || !line.starts_with("--")) return false;
-  std::string_view text = line.substr(2);
-  text = text.substr(0, text.find_last_not_of(" \t\r\n") + 1);
+  if (!line.starts_with("--")) return false;
   for (size_t level = boundaries_.size(); level-- > 0;) {
-    const std::string_view boundary = boundaries_[level];
-    if (!text.starts_with(boundary)) continue;
-    const std::string_view rest = text.substr(boundary.size());
-    if (!rest.empty() && rest != "--") continue;
+    const BoundaryLine kind = boundaryLine(line, boundaries_[level]);
+    if (kind == BoundaryLine::kNone) continue;
     level_ = level;
-    closes_ = !rest.empty();
+    closes_ = kind == BoundaryLine::kCloses;
     boundaryBytes_ = line.size();
     return true;
   }

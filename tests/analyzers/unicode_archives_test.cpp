@@ -55,6 +55,17 @@ std::string xzPacked(const std::string& bytes) {
   return packed.substr(0, size);
 }
 
+// What xzPacked made, as if with a dictionary of 64 MiB.
+std::string withLargeDictionary(std::string packed) {
+  constexpr size_t kHeader = 12;
+  const size_t checked = static_cast<size_t>(packed[kHeader]) * 4;
+  packed[packed.find("\x21\x01", kHeader) + 2] = 28;
+  const auto sum = static_cast<uint32_t>(
+      crc32(0, reinterpret_cast<const Bytef*>(&packed[kHeader]), static_cast<uInt>(checked)));
+  for (size_t i = 0; i < 4; ++i) packed[kHeader + checked + i] = static_cast<char>(sum >> 8 * i);
+  return packed;
+}
+
 std::string bzip2Packed(const std::string& bytes) {
   std::string packed(bytes.size() + 1000, '\0');
   auto size = static_cast<unsigned>(packed.size());
@@ -210,6 +221,9 @@ TEST_F(UnicodeArchives, EachCompressionIsReadWithAndWithoutTar) {
       EXPECT_TRUE(indexNew("src" + extension, tar));
       EXPECT_EQ(seenIn(("inside" + mark).c_str()), "src" + extension + "//src.tar//in/deep.txt");
     }
+    // Without any name.
+    EXPECT_TRUE(indexNew(format.tarExtension, tar));
+    EXPECT_EQ(seenIn(("inside" + mark).c_str()), format.tarExtension + "//data.tar//in/deep.txt");
     // Without a telling name.
     EXPECT_TRUE(indexNew("data" + mark, tar));
     EXPECT_EQ(seenIn(("inside" + mark).c_str()), "data" + mark + "//data" + mark);
@@ -224,6 +238,18 @@ TEST_F(UnicodeArchives, EachCompressionIsReadWithAndWithoutTar) {
     EXPECT_TRUE(indexNew(name, packed.substr(0, packed.size() - 5)));
     EXPECT_EQ(problems().back(), "MemberFailed " + name + "/cut.txt");
   }
+}
+
+// Each layer of an archive packed many times over wants a dictionary of its own.
+TEST_F(UnicodeArchives, LayersShareTheirMemory) {
+  std::string packed = "alpha";
+  for (int layer = 0; layer < 3; ++layer) packed = withLargeDictionary(xzPacked(packed));
+  EXPECT_TRUE(indexNew("a.txt.xz.xz.xz", packed));
+  EXPECT_EQ(seenIn("alpha"), "");
+  EXPECT_THAT(problems(), ElementsAre("MemberFailed a.txt.xz.xz.xz/a.txt.xz.xz/a.txt.xz/a.txt"));
+  const std::string two = withLargeDictionary(xzPacked(withLargeDictionary(xzPacked("beta"))));
+  EXPECT_TRUE(indexNew("b.txt.xz.xz", two));
+  EXPECT_EQ(seenIn("beta"), "b.txt.xz.xz//b.txt.xz//b.txt");
 }
 
 TEST_F(UnicodeArchives, LimitsCutWhatExpands) {
@@ -245,15 +271,24 @@ TEST_F(UnicodeArchives, LimitsCutWhatExpands) {
 
 // Neither reading them nor showing their members takes a copy of what lies between.
 TEST_F(UnicodeArchives, WithinArchivesAreGoneThroughWhereTheyStand) {
-  index().maxMemberBytes = 5000;
+  index().maxMemberBytes = 10'000;
   const std::string tgz = gzipped(tarFile("b/deep.txt", "inner words\n") + tarEnd());
-  const std::string padding = std::string(4900, ' ');
+  const std::string padding = std::string(4900, 'p');
   const std::string tar = tarFile("1.txt", padding) + tarFile("2.txt", padding);
   EXPECT_TRUE(indexNew("out.tar.xz", xzPacked(tar + tarFile("x.tgz", tgz) + tarEnd())));
   const std::string deep = "out.tar.xz//out.tar//x.tgz//x.tar//b/deep.txt";
   EXPECT_EQ(seenIn("inner"), deep);
+  index().maxNesting = 0;  // what is indexed is shown
   CFileContents contents(&index(), record(deep), 1000, 80, true, 0);
   EXPECT_STREQ(contents.contents(), "inner words\n");
+  index().maxNesting = 10;
+  // The copy that is shown is no further part of what expands.
+  const std::string large(150'000, ' ');
+  index().maxMemberBytes = 0;
+  index().maxArchiveBytes = 160'000;
+  EXPECT_TRUE(indexNew("fits.tar.gz", gzipped(tarFile("1.txt", large + "end\n") + tarEnd())));
+  CFileContents whole(&index(), record("fits.tar.gz//fits.tar//1.txt"), 1000, 0, true, 0);
+  EXPECT_THAT(whole.contents(), testing::EndsWith("end\n"));
   EXPECT_THAT(problems(), IsEmpty());
   // What a limit cuts is told of the archive that it cut.
   index().maxArchiveBytes = 7000;

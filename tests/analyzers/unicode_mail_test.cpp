@@ -148,8 +148,8 @@ TEST(Mail, BoundariesStandAtTheBeginningOfLines) {
   EXPECT_EQ(body(multipart("mixed", "--=_b 1\nplain\n--=_b 1\n\ntwo")), "plain\n\ntwo\n");
   // Without any boundary all is text.
   EXPECT_EQ(body("Content-Type: multipart/mixed\n\n--x\n\ntext\n"), "--x\n\ntext\n");
-  EXPECT_EQ(body("Content-Type: multipart/mixed; boundary=no\n\n--x\n\ntext --no\n"),
-            "--x\n\ntext --no\n");
+  EXPECT_EQ(body("Content-Type: multipart/mixed; boundary=no\n\n--x\n\ntext --no\n--not\n"),
+            "--x\n\ntext --no\n--not\n");
   const std::string inner = "--=_b 1\nContent-Type: multipart/mixed; boundary=in\n\n--in\n\none\n";
   EXPECT_EQ(body(multipart("mixed", inner + "--=_b 1\n\ntwo\n--=_b 1--\n")), "one\n\ntwo\n");
 }
