@@ -108,6 +108,7 @@ TEST(UnicodeHtml, ShowsWhatAReaderSees) {
       {"<title>T &amp; U</title><meta name=Description content='About &eacute;'><p>x",
        "T & U\n\nAbout é\n\nx\n"},
       {"<p>one</p><p>two<br>three<div>four</div>", "one\n\ntwo\nthree\nfour\n"},
+      {"a<blockquote>b</blockquote>c<blockquotX>d</blockquotX>e", "a\n\nb\n\ncde\n"},
       {"<table><tr><td>a</td><td>b</td></tr><tr><td>c</table>", "a b\nc\n"},
       {"a<script>if (a<b) '</p>'</script>b<STYLE>p{}</style >c<!-- <p> -->d", "a b cd\n"},
       {"a<!-->b", "a\n"},
