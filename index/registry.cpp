@@ -161,7 +161,7 @@ std::string CVeskaIndex::extractNested(const char* container, std::span<const ui
   CArchiveAnalyzer* const archive = archiveAnalyzer(includedAnalyzer(container), container);
   *levels = archive == nullptr ? 1 : archive->levelsInPlace(names);
   const uint32_t last = records[*levels - 1];
-  if (*levels == 1) return extractToTempFile(container, names.front().c_str(), last);
+  if (archive == nullptr) return extractToTempFile(container, names.front().c_str(), last);
   names.resize(*levels);
   return fillTempFile(temporaryDirectory, names.back(), last, [&](const char* path) {
     return archive->extractNested(container, names, path);

@@ -11,8 +11,6 @@
 namespace veska::unicode {
 namespace {
 
-bool isBlank(char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r' || c == '\f'; }
-
 bool isOneOf(std::string_view name, std::initializer_list<std::string_view> names) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
@@ -161,7 +159,7 @@ class MarkupSource : public TextSource {
 
 std::string_view withoutMarkAndBlanks(std::string_view head) {
   if (head.starts_with("\xEF\xBB\xBF")) head.remove_prefix(3);
-  while (!head.empty() && isBlank(head.front())) head.remove_prefix(1);
+  while (!head.empty() && isFlowBlank(head.front())) head.remove_prefix(1);
   return head;
 }
 
